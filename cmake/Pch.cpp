@@ -1,0 +1,1 @@
+// The one file that the shared precompiled header belongs to.
