@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// A block of bytes that knows its length, as it stands in pipe frames:
+///
+///   | Size: 32 bits | Size bytes ... |
+///
+/// Packed: a frame hands out a pointer to a Size field at any address.
+struct [[gnu::packed]] TZnMemoryBuffer
+{
+    std::uint32_t Size;
+
+    std::byte* Bytes() { return reinterpret_cast<std::byte*>(this) + sizeof(TZnMemoryBuffer); }
+    const std::byte* Bytes() const
+    {
+        return reinterpret_cast<const std::byte*>(this) + sizeof(TZnMemoryBuffer);
+    }
+};
+using PZnMemoryBuffer = TZnMemoryBuffer*;
+
+/// A new block of ASize bytes, not cleared; ZnFreeMem frees it. EOutOfMemory.
+PZnMemoryBuffer ZnGetMem(std::uint32_t ASize);
+
+/// Changes the length and keeps the bytes that fit. ABuffer may move; nullptr gives a new block.
+/// After EOutOfMemory it is as before.
+void ZnReallocateMem(PZnMemoryBuffer& ABuffer, std::uint32_t ASize);
+
+/// Frees the block; nullptr is fine.
+void ZnFreeMem(PZnMemoryBuffer ABuffer);
+
+/// A pointer as the number that a message carries, and back.
+inline std::uintptr_t ZnPtr2Int(const void* APointer)
+{
+    return reinterpret_cast<std::uintptr_t>(APointer);
+}
+template <class T>
+T* ZnInt2Ptr(std::uintptr_t AValue)
+{
+    return reinterpret_cast<T*>(AValue);
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <initializer_list>
+
+/// A set of values of an enumeration whose values are 0 to 63.
+template <class E>
+class TZnSet
+{
+public:
+    constexpr TZnSet() = default;
+    constexpr TZnSet(std::initializer_list<E> AValues)
+    {
+        for (E Value : AValues)
+            Include(Value);
+    }
+
+    constexpr void Include(E AValue) { FBits |= Bit(AValue); }
+    constexpr void Exclude(E AValue) { FBits &= ~Bit(AValue); }
+    constexpr bool Contains(E AValue) const { return (FBits & Bit(AValue)) != 0; }
+    constexpr bool Empty() const { return FBits == 0; }
+    constexpr int Count() const { return std::popcount(FBits); }
+
+    constexpr TZnSet operator|(TZnSet AOther) const { return FromBits(FBits | AOther.FBits); }
+    constexpr TZnSet operator&(TZnSet AOther) const { return FromBits(FBits & AOther.FBits); }
+    constexpr TZnSet operator-(TZnSet AOther) const { return FromBits(FBits & ~AOther.FBits); }
+    constexpr bool operator==(const TZnSet&) const = default;
+
+private:
+    static constexpr std::uint64_t Bit(E AValue) { return std::uint64_t{1} << static_cast<unsigned>(AValue); }
+    static constexpr TZnSet FromBits(std::uint64_t ABits)
+    {
+        TZnSet Set;
+        Set.FBits = ABits;
+        return Set;
+    }
+
+    std::uint64_t FBits = 0;
+};

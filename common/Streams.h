@@ -1,0 +1,169 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "common/Component.h"
+#include "platform/sync/Handle.h"
+
+enum TSeekOrigin { soBeginning, soCurrent, soEnd };
+
+/// A sequence of bytes with a position. Lengths and positions are 64-bit counts of bytes.
+///
+/// Threads:   one at a time.
+/// Errors:    Read and Write tell by their result how far they came; the Buffer operations raise
+///            EReadError or EWriteError unless they came all the way. Both are EStreamErrors.
+class TStream : public TObject
+{
+public:
+    /// Reads at most ACount bytes; fewer only at the end.
+    virtual std::int64_t Read(void* ABuffer, std::int64_t ACount) = 0;
+    virtual std::int64_t Write(const void* ABuffer, std::int64_t ACount) = 0;
+
+    /// The new position. It may lie behind the end: a read there gives nothing, a write fills the
+    /// gap with zeros. EStreamError for a position below 0.
+    virtual std::int64_t Seek(std::int64_t AOffset, TSeekOrigin AOrigin) = 0;
+
+    virtual std::int64_t GetSize() const = 0;
+    /// Cuts the stream or makes it longer (new bytes: see the class). A position behind the new
+    /// end moves to it.
+    virtual void SetSize(std::int64_t ASize) = 0;
+
+    std::int64_t GetPosition() { return Seek(0, soCurrent); }
+    void SetPosition(std::int64_t APosition) { Seek(APosition, soBeginning); }
+
+    void ReadBuffer(void* ABuffer, std::int64_t ACount);
+    void WriteBuffer(const void* ABuffer, std::int64_t ACount);
+
+    /// Copies ACount bytes from ASource's position, or all of ASource from its beginning for 0.
+    /// Returns the count; EReadError when ASource ends before.
+    std::int64_t CopyFrom(TStream& ASource, std::int64_t ACount = 0);
+};
+
+/// Bytes in memory.
+///
+/// SetSize does not clear what it adds (a body is received straight into it); only a gap that a
+/// write leaves is filled with zeros. Memory grows by half of itself, at least by the block size.
+class TMemoryStream : public TStream
+{
+public:
+    explicit TMemoryStream(std::int64_t ABlockSize = 8192);
+    ~TMemoryStream() override;
+    TMemoryStream(const TMemoryStream&) = delete;
+    TMemoryStream& operator=(const TMemoryStream&) = delete;
+
+    std::int64_t Read(void* ABuffer, std::int64_t ACount) override;
+    std::int64_t Write(const void* ABuffer, std::int64_t ACount) override;
+    std::int64_t Seek(std::int64_t AOffset, TSeekOrigin AOrigin) override;
+    std::int64_t GetSize() const override { return FSize; }
+    void SetSize(std::int64_t ASize) override;
+
+    /// Has room for ACapacity bytes without moving. EOutOfMemory.
+    void Reserve(std::int64_t ACapacity);
+    void Clear() { SetSize(0); }
+
+    /// GetSize bytes, valid until the stream changes its size; may be nullptr while it is empty.
+    std::byte* Memory() { return FMemory; }
+    const std::byte* Memory() const { return FMemory; }
+    std::string_view View() const
+    {
+        return {reinterpret_cast<const char*>(FMemory), static_cast<std::size_t>(FSize)};
+    }
+
+protected:
+    /// Lays the stream over bytes of somebody else, who keeps them alive: read only.
+    void Borrow(std::span<const std::byte> ABytes);
+
+private:
+    std::byte* FMemory = nullptr;
+    std::int64_t FSize = 0;
+    std::int64_t FCapacity = 0;
+    std::int64_t FPosition = 0;
+    std::int64_t FBlockSize;
+    bool FBorrowed = false;
+};
+
+/// A memory stream with a block size, or laid over bytes that stay the caller's (read only:
+/// writing or SetSize raises EStreamError).
+class TZnMemoryStream : public TMemoryStream
+{
+public:
+    explicit TZnMemoryStream(std::int64_t ABlockSize = 8192) : TMemoryStream(ABlockSize) {}
+    explicit TZnMemoryStream(std::span<const std::byte> ABytes) { Borrow(ABytes); }
+};
+
+/// Bytes in memory that are text in a code page.
+class TZnStringStream : public TMemoryStream
+{
+public:
+    /// Code page 0 and 65001 are UTF-8; see common/Encoding.h.
+    explicit TZnStringStream(std::uint32_t ACodePage = 0, std::int64_t ABlockSize = 256);
+
+    std::uint32_t GetCodePage() const { return FCodePage; }
+
+    /// The whole stream decoded from the code page. EConvertError.
+    std::string GetAsString() const;
+    /// Replaces the stream by AText in the code page; the position is 0 afterwards.
+    void SetAsString(std::string_view AText);
+    /// The bytes as they are.
+    std::string GetAString() const { return std::string(View()); }
+
+    /// Writes AText, encoded, at the position.
+    void WriteString(std::string_view AText);
+
+private:
+    std::uint32_t FCodePage;
+};
+
+/// UTF-8 text in memory.
+class TStringStream : public TMemoryStream
+{
+public:
+    explicit TStringStream(std::string_view AText = {});
+    std::string DataString() const { return std::string(View()); }
+    void WriteString(std::string_view AText);
+};
+
+inline constexpr std::uint32_t fmOpenRead = 0x0000;
+inline constexpr std::uint32_t fmOpenWrite = 0x0001; // the file has to be there
+inline constexpr std::uint32_t fmOpenReadWrite = 0x0002;
+inline constexpr std::uint32_t fmShareDenyNone = 0x0040; // the only way of sharing here
+inline constexpr std::uint32_t fmCreate = 0xFF00;        // makes or empties; reads and writes
+
+/// A file. It is closed in child processes. SetSize adds zeros.
+class TFileStream : public TStream
+{
+public:
+    /// EFileNotFoundException when there is no such file, EFOpenError or EFCreateError with
+    /// "Cannot open file "name". reason." and the like.
+    TFileStream(const std::string& AFileName, std::uint32_t AMode);
+    ~TFileStream() override;
+    TFileStream(const TFileStream&) = delete;
+    TFileStream& operator=(const TFileStream&) = delete;
+
+    std::int64_t Read(void* ABuffer, std::int64_t ACount) override;
+    std::int64_t Write(const void* ABuffer, std::int64_t ACount) override;
+    std::int64_t Seek(std::int64_t AOffset, TSeekOrigin AOrigin) override;
+    std::int64_t GetSize() const override;
+    void SetSize(std::int64_t ASize) override;
+
+    const std::string& GetFileName() const { return FFileName; }
+    /// The descriptor as a handle; the stream's own.
+    THandle Handle() const { return HandleFromFd(FFd); }
+
+private:
+    std::string FFileName;
+    int FFd;
+};
+
+/// The whole stream, decoded from the code page as UTF-8. Its position is at the end afterwards.
+std::string ZnStreamToAnsiString(TStream& AStream, std::uint32_t ACodePage = 0);
+
+/// The bytes of the whole stream for reading: those of a memory stream in place (valid until it
+/// changes), those of any other read into new memory. True in that case: free it with
+/// ZnFreeReadBuf. The position stays.
+bool ZnStreamToReadBuf(TStream& AStream, const void*& ABuffer, std::int64_t& ALength);
+void ZnFreeReadBuf(const void* ABuffer);

@@ -1,0 +1,3 @@
+#pragma once
+
+#include "platform/sync/ThreadAnnotations.h" // IWYU pragma: export

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include "platform/sync/Deadline.h"
+#include "platform/sync/Handle.h"
+
+/// Messages between threads, and calls on the application's main thread.
+///
+/// A thread that makes a window (a receiver of messages, never seen by anybody) or pumps has a
+/// queue. Other threads send to its windows (and wait for the result) or post (and go on). The
+/// owner handles both in its pump: sent messages before posted ones, each kind in its order.
+///
+///   owner thread                         other thread
+///   AllocateHWnd(proc)
+///   poll(QueueFd())  <-- readable ------ PostMessage(wnd, ...)     returns at once
+///   ProcessMessages() -> proc(msg)
+///                     -> proc(msg) ----> SendMessage(wnd, ...)     returns the result
+///
+/// The main queue belongs to the thread that first made a queue; Synchronize runs there. A
+/// program says so by CreateMainQueue() early in main().
+
+/// What a window procedure gets; it leaves the sender's result in Result.
+struct TMessage
+{
+    std::uint32_t Msg = 0;
+    std::uintptr_t WParam = 0;
+    std::intptr_t LParam = 0;
+    std::intptr_t Result = 0;
+};
+
+using TWndMethod = std::function<void(TMessage&)>;
+
+/// Makes a window of the calling thread. Its procedure runs on this thread only: in a pump, in a
+/// direct SendMessage of this thread, and while this thread waits in SendMessage. 0 when handles
+/// are used up.
+THandle AllocateHWnd(TWndMethod AWndProc);
+
+/// Removes a window of the calling thread: what is posted to it is dropped, senders that wait get
+/// 0. May be called by its own procedure.
+void DeallocateHWnd(THandle AWnd);
+
+/// Has the window's thread handle the message and waits for its result; on that thread itself a
+/// plain call. While it waits, the calling thread handles messages sent to its own windows, so two
+/// threads that send to each other don't lock up. 0 with ERROR_INVALID_WINDOW_HANDLE when the
+/// window is gone, or goes before the message was handled. An exception of the procedure leaves
+/// the pump of the window's thread and not this call, which returns 0.
+std::intptr_t SendMessage(THandle AWnd, std::uint32_t AMsg, std::uintptr_t AWParam, std::intptr_t ALParam);
+
+/// Puts the message behind those posted before. False with ERROR_INVALID_WINDOW_HANDLE when the
+/// window is gone.
+bool PostMessage(THandle AWnd, std::uint32_t AMsg, std::uintptr_t AWParam, std::intptr_t ALParam);
+
+/// Takes the oldest posted message with a number in AFirst...ALast of a window of the calling
+/// thread from the queue, without handling it. False when there is none.
+bool RemoveMessage(THandle AWnd, std::uint32_t AFirst, std::uint32_t ALast, TMessage& AMessage);
+
+/// Calls the procedures of every window of the process, each on its own thread, without waiting:
+/// how notices of the system (power, network) reach components. The message is posted.
+void BroadcastMessage(std::uint32_t AMsg, std::uintptr_t AWParam, std::intptr_t ALParam);
+
+/// Handles all that waits in the calling thread's queue: synchronized calls, sent messages, posted
+/// messages. Returns how many there were. An exception of a window procedure leaves the pump; what
+/// was not handled yet stays for the next call.
+std::size_t ProcessMessages();
+
+/// The same without posted messages, in the way a thread serves others while it waits itself.
+std::size_t ProcessSentMessages();
+
+/// Sleeps until the queue has work, at most AMilliseconds. True when there is work.
+bool WaitMessage(std::uint32_t AMilliseconds);
+
+/// A descriptor that is readable while the calling thread's pump has work: for an application
+/// that sits in its own poll loop. Stays the queue's own.
+int QueueFd();
+
+/// Makes the calling thread's queue, and has it be the main queue if there is none yet. True when
+/// it is the main queue.
+bool CreateMainQueue();
+
+/// True on the thread of the main queue.
+bool IsMainThread();
+
+/// How a call for the main queue ended.
+enum class TZnMainCallResult { Done, NoMainQueue };
+
+/// Runs ACall on the thread of the main queue and waits until it has run; on that thread itself a
+/// plain call. An exception of ACall is raised again here. NoMainQueue when there is no main
+/// queue, or its thread ended before the call began.
+TZnMainCallResult CallOnMainThread(const std::function<void()>& ACall);

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+/// A handle names an object of this process to functions that take numbers: waits, the HTTP
+/// service, pipes.
+///
+/// Two kinds, told apart by the lowest bit:
+///   even  an entry of the handle table: a multiple of 4, never 0, fits in 32 bits. A number that
+///         was closed is refused and not given out again for a long time.
+///   odd   a file descriptor, fd * 2 + 1, without an entry: an application's own eventfd, timerfd
+///         or socket goes into a wait like any other handle.
+using THandle = std::uintptr_t;
+
+/// Something that can be waited for, or that merely has a number.
+class KernelObject
+{
+public:
+    virtual ~KernelObject() = default;
+
+    /// A descriptor that is readable while the object is signalled, or -1 if it can't be waited
+    /// for. Stays the object's own and stays the same for its life.
+    virtual int PollFd() { return -1; }
+
+    /// True when the object is signalled; takes the signal where it counts for one waiter only.
+    /// Called by a wait that found PollFd() readable; false sends it back to waiting.
+    virtual bool TryAcquire() { return true; }
+};
+
+/// Enters AObject into the table, which keeps it alive until CloseHandle. 0 with
+/// ERROR_NO_SYSTEM_RESOURCES when the table is full (262,143 objects). Any thread.
+THandle RegisterHandle(std::shared_ptr<KernelObject> AObject);
+
+/// The object behind an even handle, empty (with ERROR_INVALID_HANDLE) for anything else.
+/// Any thread; costs one uncontended lock per call (about 20 ns), of that handle's own slot.
+std::shared_ptr<KernelObject> LookupHandle(THandle AHandle);
+
+/// The same, if the object is a T.
+template <class T>
+std::shared_ptr<T> LookupHandleAs(THandle AHandle);
+
+/// Takes an even handle out of the table; the object dies with its last user. Closes the
+/// descriptor of an odd one. False with ERROR_INVALID_HANDLE when there is nothing to close.
+bool CloseHandle(THandle AHandle);
+
+/// The odd handle of a descriptor, which stays the caller's. 0 for a negative descriptor.
+THandle HandleFromFd(int AFd);
+
+/// The descriptor of an odd handle, -1 for an even one.
+int FdFromHandle(THandle AHandle);
+
+namespace Zn
+{
+void SetInvalidHandleError();
+}
+
+template <class T>
+std::shared_ptr<T> LookupHandleAs(THandle AHandle)
+{
+    auto Object = std::dynamic_pointer_cast<T>(LookupHandle(AHandle));
+    if (!Object)
+        Zn::SetInvalidHandleError();
+    return Object;
+}
