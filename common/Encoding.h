@@ -1,0 +1,65 @@
+#pragma once
+
+/// Code pages. Text is UTF-8 in a std::string; everything else is bytes in a stated code page.
+
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/text/Unicode.h"
+
+using Zn::Utf16FromUtf8;
+using Zn::Utf8FromUtf16;
+
+using TZnBytes = std::vector<std::byte>;
+
+/// 8-bit text whose bytes mean what its user says. A type of its own where one operation takes
+/// both text and bytes.
+class AnsiString
+{
+public:
+    AnsiString() = default;
+    explicit AnsiString(std::string ABytes) : FBytes(std::move(ABytes)) {}
+    explicit AnsiString(std::string_view ABytes) : FBytes(ABytes) {}
+    explicit AnsiString(const char* ABytes) : FBytes(ABytes) {}
+
+    const std::string& Bytes() const& { return FBytes; }
+    std::string Bytes() && { return std::move(FBytes); }
+    const char* data() const { return FBytes.data(); }
+    std::size_t size() const { return FBytes.size(); }
+    bool empty() const { return FBytes.empty(); }
+    operator std::string_view() const { return FBytes; }
+
+    friend auto operator<=>(const AnsiString&, const AnsiString&) = default;
+
+private:
+    std::string FBytes;
+};
+
+inline constexpr std::uint16_t cZnCodePageSystem = 0; // the system's 8-bit code page: UTF-8
+inline constexpr std::uint16_t cZnCodePageUTF16 = 1200;
+inline constexpr std::uint16_t cZnCodePageASCII = 20127;
+inline constexpr std::uint16_t cZnCodePageLatin1 = 28591; // ISO-8859-1
+inline constexpr std::uint16_t cZnCodePageUTF8 = 65001;
+
+/// Conversions between text and code pages. Any thread. An unknown code page raises EConvertError.
+class TZnEncoding
+{
+public:
+    /// AText in code page ACodePage. A character that the code page lacks becomes "?".
+    static std::string ConvertW(std::string_view AText, std::uint16_t ACodePage);
+
+    /// ABytes of code page ACodePage as text. What is no character there becomes U+FFFD, so the
+    /// result is valid UTF-8 whatever comes in.
+    static std::string ConvertA(std::string_view ABytes, std::uint16_t ACodePage);
+};
+
+/// The code page of a charset name (IANA names and their usual aliases, any case, with or without
+/// double quotes). Raises EConvertError for an unknown one.
+std::uint16_t ZnCodePage(std::string_view ACharset);
+
+/// True for bytes that are well-formed UTF-8 (RFC 3629).
+bool ZnIsUtf8(std::string_view ABytes);
