@@ -89,7 +89,7 @@ private:
     bool ConcludeFraming();
     bool ConcludeTransferCoding(std::string_view AValue);
     bool ConcludeOptions();
-    const FieldView* Single(THTTP_HEADER_ID AId, unsigned& ACount) const;
+    std::string_view ValueOf(THTTP_HEADER_ID AId) const;
 
     HeadLimits FLimits;
     RequestHead FHead;

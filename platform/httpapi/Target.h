@@ -22,6 +22,15 @@ bool IsCanonical(std::string_view ARawPath);
 /// "%2f" and "%5c" are no separators here. Who decodes the outcome to a file name has to refuse them.
 std::optional<std::string> CanonicalPath(std::string_view ARawPath);
 
+/// Whether the text is a host: an IPv6 literal in brackets, or labels of letters, digits, "-", "_" and "~"
+/// with single dots between them. RFC 3986 lets a name be more, but escapes and sub-delimiters occur in none
+/// that resolves, and ","
+/// "*" "+" "=" would read as more than a name elsewhere.
+bool IsHost(std::string_view AText);
+
+/// One to five digits, at most 65535.
+std::optional<std::uint16_t> ParsePort(std::string_view ADigits);
+
 struct HostPort
 {
     std::string_view Host; // as written; an IPv6 literal with its brackets; never empty
@@ -29,12 +38,8 @@ struct HostPort
     bool operator==(const HostPort&) const = default;
 };
 
-/// Takes host[:port] apart (RFC 9110, 7.2). A host is an IPv6 literal in brackets, or labels of letters,
-/// digits,
-/// "-", "_" and "~" with single dots between them: less than RFC 3986 lets a name be. Escapes and
-/// sub-delimiters occur in no name that resolves, and "," "*" "+" "=" would read as more than a name
-/// elsewhere. An empty port is the default one (RFC 3986, 6.2.3). nullopt for anything else, userinfo and
-/// port 0 included.
+/// Takes host[:port] apart (RFC 9110, 7.2). An empty port is the default one (RFC 3986, 6.2.3). nullopt for
+/// anything else, userinfo and port 0 included.
 std::optional<HostPort> SplitHost(std::string_view AHost, std::uint16_t ADefaultPort);
 
 /// Where the parts of a composed URL stand in the buffer; all in characters.
