@@ -42,6 +42,8 @@ function(zn_program NAME)
     add_executable(${NAME} ${ARG_SOURCES})
     target_include_directories(${NAME} PRIVATE ${CMAKE_SOURCE_DIR})
     target_link_libraries(${NAME} PRIVATE ${ARG_USES} zn_compile_options)
+    # CMake gives programs -fPIE; the precompiled headers were made for libraries and accept only their flag.
+    target_compile_options(${NAME} PRIVATE -fPIC)
     target_precompile_headers(${NAME} REUSE_FROM zn_pch)
 endfunction()
 
