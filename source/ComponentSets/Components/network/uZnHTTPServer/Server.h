@@ -1,0 +1,172 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <string>
+
+#include "common/Component.h"
+#include "common/Locks.h"
+#include "common/Logger.h"
+#include "common/Set.h"
+#include "common/StringList.h"
+#include "uZnHTTPServer/RequestBuffers.h"
+#include "uZnHTTPServer/Response.h"
+#include "uZnHTTPServer/WorkerPool.h"
+
+class TZnHTTPServerListenThread;
+class TZnHTTPServerResponseThread;
+
+/// Which operations of the HTTP service are used: a queue with URLs of its own, or a session with a
+/// URL group and a named queue of length 10.
+enum TZnHTTPServerVersion : std::uint8_t { HTTPServerV1, HTTPServerV2 };
+
+/// Seen among the bindings: https on port 443, https on another port.
+enum TZnHTTPServerSSLMode : std::uint8_t { ssmDefaultSSL, ssmCustomSSL };
+using TZnHTTPServerSSLModes = TZnSet<TZnHTTPServerSSLMode>;
+
+/// Room for what a request carries besides the fixed record (URL, header fields, addresses), in
+/// bytes. A request that needs more is dropped and its connection closed. Bodies of unknown length
+/// are read in steps of 16 times this. Process-wide; set it while no server is active.
+extern std::int32_t RequestBufferSize; // 2048
+
+/// The application identifier in certificate bindings.
+extern const TGUID SSLGUID;
+
+/// Answers through the worker's own operations; nothing is done before or after it.
+using TZnHTTPServerOnResponseRaw =
+    std::function<void(TZnCustomHTTPServer& ASender, TZnHTTPServerResponseThread& AResponseThread)>;
+/// Fills AResponse. What it raises becomes a status and a page: EZnHTTPException the status that is
+/// its code, anything else 500.
+using TZnHTTPServerOnResponse = std::function<void(
+    TZnCustomHTTPServer& ASender, PZnHTTPServerRequest ARequest, TZnHTTPServerResponse& AResponse)>;
+
+/// Serves HTTP/1.1 (RFC 9110, RFC 9112) for the URL prefixes in Bindings, through the HTTP service.
+///
+/// Use:       set Bindings and OnResponse (or OnResponseRaw), then SetActive(true).
+/// Threads:   belongs to the thread that made it; properties change while inactive, CSPDirectives
+///            also later under CSPDirectivesLock. One listen thread and up to 128 workers run
+///            while it is active; OnResponse runs on a worker, several at once, under that
+///            worker's FLock only, and for a file response the answer is sent under the read side
+///            of FFileSystemLock.
+/// Ownership: AOwner frees it. What an event receives is valid until the event returns. A
+///            descendant that overrides what workers call stops the server in its own destructor.
+/// Errors:    SetActive raises Exception ("No bindings defined!") or EZnHTTPException with the
+///            platform's number, and leaves the server inactive. A client's bad input is answered
+///            (4xx), never raised.
+class TZnCustomHTTPServer : public TComponent
+{
+public:
+    explicit TZnCustomHTTPServer(TComponent* AOwner);
+    ~TZnCustomHTTPServer() override;
+
+    bool GetActive() const { return FReqQueue != 0; }
+    /// Opens or closes the service. Closing waits, without limit, until no request is in work;
+    /// handlers in WaitForEvents are woken.
+    virtual void SetActive(bool AValue);
+
+    /// Drops what arrives from now on, until the next SetActive(true). Any thread.
+    void StopAcceptingRequests() { FAcceptRequests.store(false); }
+
+    /// One for the whole process. Default HTTPServerV1. Can't be changed while a server is active.
+    TZnHTTPServerVersion GetServerVersion() const;
+    void SetServerVersion(TZnHTTPServerVersion AValue);
+
+    /// URL prefixes, "scheme://host:port/path/". Default "http://localhost:8080/localserver/".
+    TStringList& GetBindings() { return FBindings; }
+    const TStringList& GetBindings() const { return FBindings; }
+    void SetBindings(const TStringList& AValue) { FBindings.Assign(&AValue); }
+
+    /// The handler; setting one of the two clears the other.
+    const TZnHTTPServerOnResponse& GetOnResponse() const { return FOnResponse; }
+    void SetOnResponse(TZnHTTPServerOnResponse AValue);
+    const TZnHTTPServerOnResponseRaw& GetOnResponseRaw() const { return FOnResponseRaw; }
+    void SetOnResponseRaw(TZnHTTPServerOnResponseRaw AValue);
+
+    /// Each line becomes a Content-Security-Policy field of every response. Default empty. The list
+    /// itself: on an active server it is changed under CSPDirectivesLock only.
+    TStringList& GetCSPDirectives() ZN_NO_THREAD_SAFETY_ANALYSIS { return FCSPDirectives; }
+    TZnCriticalSection& GetCSPDirectivesLock() ZN_RETURN_CAPABILITY(FCSPDirectivesLock)
+    {
+        return FCSPDirectivesLock;
+    }
+
+    /// Longest request body that GetBody takes, in bytes; a longer one is refused with 413. Default
+    /// 1 GiB, 0: no limit.
+    std::int64_t GetMaxBodySize() const { return FMaxBodySize; }
+    void SetMaxBodySize(std::int64_t AValue);
+
+    /// The SSL kinds that were ever seen among the bindings.
+    TZnHTTPServerSSLModes GetSSLModes() const { return FSSLModes; }
+
+    /// Also names the server's logger.
+    void SetName(const std::string& AName) override;
+
+protected:
+    /// The life of one request for OnResponse: fills the record, calls AOnResponse, turns
+    /// exceptions into pages and sends. On a worker; an exception that leaves it is dropped, and
+    /// the client disconnected.
+    virtual void DoOnResponse(TZnHTTPServerResponseThread& AResponseThread,
+                              const TZnHTTPServerOnResponse& AOnResponse);
+    /// Calls OnResponseRaw, or DoOnResponse if that has a handler. On a worker.
+    virtual void DoOnResponseRaw(TZnHTTPServerResponseThread& AResponseThread);
+
+    std::uint16_t FWindowsVersion;
+    std::shared_ptr<IZnLogger> FLogger; // empty until the component has a name
+    TZnHTTPServerSSLModes FSSLModes;
+    TMultiReadExclusiveWriteSynchronizer FFileSystemLock; // the write side is for descendants
+    std::int32_t FMaxWorkerThreadCnt = 128;
+    TZnHTTPServerResponseClass FResponseClass;
+
+private:
+    friend class TZnHTTPServerListenThread;
+    friend class TZnHTTPServerResponseThread;
+
+    // Life cycle (Server.cpp)
+    void Initialize();
+    void Finalize();
+    void OpenQueueV1();
+    void OpenQueueV2();
+    void NoteSSLMode(const TZnURLData& AUrl, TZnHTTPServerSSLModes& AModes);
+    std::string ReqQueueName() const { return GetName() + "ReqQueue"; }
+    void RemoveUrls();
+    void CloseUrlGroup();
+    void CloseReqQueue();
+
+    // On the listen thread (ListenThread.cpp)
+    void ProcessRequest(Zn::ReceivedRequest ARequest);
+    void AnswerExhausted(Zn::ReceivedRequest& ARequest);
+
+    // Steps of DoOnResponse (ResponsePipeline.cpp)
+    bool PrepareRequest(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerRequest& ARequest,
+                        TZnHTTPServerResponse& AResponse);
+    void FillRequest(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerRequest& ARequest);
+    void AddStandingHeaders(TZnHTTPServerResponse& AResponse);
+    void RunAuthenticationStage(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerRequest& ARequest,
+                                TZnHTTPServerResponse& AResponse);
+    void RunHandler(const TZnHTTPServerOnResponse& AOnResponse, TZnHTTPServerRequest& ARequest,
+                    TZnHTTPServerResponse& AResponse);
+
+    std::atomic<bool> FAcceptRequests{true}; // any thread; guards no other data
+    THandle FReqQueue = 0;                   // not 0: active
+    HTTP_SERVER_SESSION_ID FServerSessionId = 0;
+    HTTP_URL_GROUP_ID FHttpGroupID = 0;
+    TStringList FBindings{"http://localhost:8080/localserver/"};
+    bool FListening = false; // the URLs are registered
+    std::unique_ptr<TZnHTTPServerListenThread> FListenThread;
+    TZnCriticalSection FCSPDirectivesLock;
+    TStringList FCSPDirectives ZN_GUARDED_BY(FCSPDirectivesLock);
+    TZnHTTPServerOnResponseRaw FOnResponseRaw;
+    TZnHTTPServerOnResponse FOnResponse;
+    std::int64_t FMaxBodySize = std::int64_t{1} << 30;
+    Zn::RequestBufferPool FRequestBuffers;
+    Zn::WorkerPool FWorkerPool; // FWorkerThreadLock, FWorkerThreads, FIdleWorkerThreads
+};
+
+class TZnHTTPServer : public TZnCustomHTTPServer
+{
+public:
+    using TZnCustomHTTPServer::TZnCustomHTTPServer;
+};
