@@ -160,31 +160,31 @@ struct THTTP_BYTE_RANGE
 };
 inline constexpr std::uint64_t HTTP_BYTE_RANGE_TO_EOF = ~std::uint64_t{0};
 
-enum THTTP_DATA_CHUNK_TYPE : std::uint32_t {
-    HttpDataChunkFromMemory = 0,
-    HttpDataChunkFromFileHandle = 1
-};
+enum THTTP_DATA_CHUNK_TYPE : std::uint32_t { HttpDataChunkFromMemory = 0, HttpDataChunkFromFileHandle = 1 };
 
 struct THTTP_DATA_CHUNK
 {
+    struct TFromMemory
+    {
+        const void* pBuffer;
+        std::uint32_t BufferLength;
+    };
+    struct TFromFileHandle
+    {
+        THTTP_BYTE_RANGE ByteRange;
+        THandle FileHandle; // stays the caller's
+    };
+
     THTTP_DATA_CHUNK_TYPE DataChunkType;
     union {
-        struct
-        {
-            const void* pBuffer;
-            std::uint32_t BufferLength;
-        } FromMemory;
-        struct
-        {
-            THTTP_BYTE_RANGE ByteRange;
-            THandle FileHandle; // stays the caller's
-        } FromFileHandle;
+        TFromMemory FromMemory;
+        TFromFileHandle FromFileHandle;
     };
 };
 
 struct THTTP_COOKED_URL
 {
-    std::uint16_t FullUrlLength;     // all lengths in bytes, not characters
+    std::uint16_t FullUrlLength; // all lengths in bytes, not characters
     std::uint16_t HostLength;
     std::uint16_t AbsPathLength;
     std::uint16_t QueryStringLength; // with the leading "?"
@@ -224,7 +224,7 @@ struct THTTP_REQUEST
     THTTP_COOKED_URL CookedUrl;
     THTTP_TRANSPORT_ADDRESS Address;
     THTTP_REQUEST_HEADERS Headers;
-    std::uint64_t BytesReceived; // length of the head on the wire
+    std::uint64_t BytesReceived;    // length of the head on the wire
     const THTTP_SSL_INFO* pSslInfo; // nullptr over plain TCP
 };
 using PHTTP_REQUEST = THTTP_REQUEST*;
@@ -270,10 +270,10 @@ enum THTTP_SERVER_PROPERTY : std::uint32_t {
     HttpServerLoggingProperty = 1,
     HttpServerQosProperty = 2,
     HttpServerTimeoutsProperty = 3,
-    HttpServerQueueLengthProperty = 4,   // queue; std::uint32_t, 1 to 65535, default 1000
-    HttpServerStateProperty = 5,         // queue; THTTP_ENABLED_STATE
-    HttpServer503VerbosityProperty = 6,  // queue; THTTP_503_RESPONSE_VERBOSITY
-    HttpServerBindingProperty = 7        // URL group; THTTP_BINDING_INFO
+    HttpServerQueueLengthProperty = 4,  // queue; std::uint32_t, 1 to 65535, default 1000
+    HttpServerStateProperty = 5,        // queue; THTTP_ENABLED_STATE
+    HttpServer503VerbosityProperty = 6, // queue; THTTP_503_RESPONSE_VERBOSITY
+    HttpServerBindingProperty = 7       // URL group; THTTP_BINDING_INFO
 };
 
 enum THTTP_ENABLED_STATE : std::uint32_t { HttpEnabledStateActive = 0, HttpEnabledStateInactive = 1 };
@@ -338,47 +338,78 @@ std::uint32_t HttpSetRequestQueueProperty(THandle AReqQueueHandle, THTTP_SERVER_
                                           const void* AInformation, std::uint32_t ALength,
                                           std::uint32_t AReserved1, void* AReserved2);
 
-/// Waits for the next request of the queue and writes it to ABuffer (8-byte aligned). AReqId 0 takes any. 234 when
-/// the request doesn't fit: it is dropped and its connection closed. 995 when the queue is closed.
+/// Waits for the next request of the queue and writes it to ABuffer (8-byte aligned). AReqId 0 takes any. 234
+/// when the request doesn't fit: it is dropped and its connection closed. 995 when the queue is closed.
 /// AOverlapped has to be nullptr.
 std::uint32_t HttpReceiveHttpRequest(THandle AReqQueueHandle, HTTP_REQUEST_ID AReqId, std::uint32_t AFlags,
                                      PHTTP_REQUEST ABuffer, std::uint32_t ABufferLength,
                                      std::uint32_t* ABytesReceived, OVERLAPPED* AOverlapped);
-/// The next bytes of the body, at least one; fewer than asked for are usual. 38 at the end, 1229 when the client
-/// is gone or sent something that is no body.
-std::uint32_t HttpReceiveRequestEntityBody(THandle AReqQueueHandle, HTTP_REQUEST_ID AReqId, std::uint32_t AFlags,
-                                           void* ABuffer, std::uint32_t ABufferLength,
+/// The next bytes of the body, at least one; fewer than asked for are usual. 38 at the end, 1229 when the
+/// client is gone or sent something that is no body.
+std::uint32_t HttpReceiveRequestEntityBody(THandle AReqQueueHandle, HTTP_REQUEST_ID AReqId,
+                                           std::uint32_t AFlags, void* ABuffer, std::uint32_t ABufferLength,
                                            std::uint32_t* ABytesReceived, OVERLAPPED* AOverlapped);
-/// Sends status line and headers, and the chunks of AResponse. With MORE_DATA the head is held back and leaves with the
-/// first body call. Without Content-Length the body goes out chunked (HTTP/1.1) or up to the close (HTTP/1.0).
-/// 1229 when the client is gone.
+/// Sends status line and headers, and the chunks of AResponse. With MORE_DATA the head is held back and
+/// leaves with the first body call. Without Content-Length the body goes out chunked (HTTP/1.1) or up to the
+/// close (HTTP/1.0). 1229 when the client is gone.
 std::uint32_t HttpSendHttpResponse(THandle AReqQueueHandle, HTTP_REQUEST_ID AReqId, std::uint32_t AFlags,
                                    const THTTP_RESPONSE* AResponse, void* ACachePolicy,
                                    std::uint32_t* ABytesSent, void* AReserved1, std::uint32_t AReserved2,
                                    OVERLAPPED* AOverlapped, void* ALogData);
-std::uint32_t HttpSendResponseEntityBody(THandle AReqQueueHandle, HTTP_REQUEST_ID AReqId, std::uint32_t AFlags,
-                                         std::uint16_t AEntityChunkCount, const THTTP_DATA_CHUNK* AEntityChunks,
-                                         std::uint32_t* ABytesSent, void* AReserved1, std::uint32_t AReserved2,
-                                         OVERLAPPED* AOverlapped, void* ALogData);
+std::uint32_t HttpSendResponseEntityBody(THandle AReqQueueHandle, HTTP_REQUEST_ID AReqId,
+                                         std::uint32_t AFlags, std::uint16_t AEntityChunkCount,
+                                         const THTTP_DATA_CHUNK* AEntityChunks, std::uint32_t* ABytesSent,
+                                         void* AReserved1, std::uint32_t AReserved2, OVERLAPPED* AOverlapped,
+                                         void* ALogData);
+
+/// Ends a request that gets no answer, or no complete one: its connection is closed at once. Harmless once
+/// the response is complete (the id names nothing any more).
+std::uint32_t ZnHttpDropRequest(THandle AReqQueueHandle, HTTP_REQUEST_ID AReqId);
 
 /// Returns when a request waits in the queue; 995 when the queue is closed.
 std::uint32_t HttpWaitForDemandStart(THandle AReqQueueHandle, OVERLAPPED* AOverlapped);
-/// With AOverlapped: 997, and hEvent is set once the client has gone; 1229 when it has gone already. The wait ends with the
-/// request. Without: blocks until then.
-std::uint32_t HttpWaitForDisconnect(THandle AReqQueueHandle, HTTP_CONNECTION_ID AConnectionId, OVERLAPPED* AOverlapped);
-std::uint32_t HttpWaitForDisconnectEx(THandle AReqQueueHandle, HTTP_CONNECTION_ID AConnectionId, std::uint32_t AReserved,
-                                      OVERLAPPED* AOverlapped);
+/// With AOverlapped: 997, and hEvent is set once the client has gone; 1229 when it has gone already. The wait
+/// ends with the request. Without: blocks until then.
+std::uint32_t HttpWaitForDisconnect(THandle AReqQueueHandle, HTTP_CONNECTION_ID AConnectionId,
+                                    OVERLAPPED* AOverlapped);
+std::uint32_t HttpWaitForDisconnectEx(THandle AReqQueueHandle, HTTP_CONNECTION_ID AConnectionId,
+                                      std::uint32_t AReserved, OVERLAPPED* AOverlapped);
 
-/// The configuration lists: URL reservations, IP listen list, certificates. 50 (not supported) until the store has them.
+/// The limits of the service, process-wide; they hold for what begins after they were set. Times are in
+/// milliseconds.
+struct TZnHttpServiceLimits
+{
+    std::uint32_t RequestLine = 16384; // bytes; longer: 414
+    std::uint32_t Headers = 16384;     // bytes of all header fields together; more: 431
+    std::uint16_t HeaderFields = 100;  // more: 431
+    std::uint32_t HeadWait = 20000;    // first byte to last byte of a head; longer: 408
+    std::uint32_t IdleWait = 120000;   // a connection between two requests
+    std::uint32_t TransferWait =
+        20000; // waiting for the peer, body and response each, on top of MinBytesPerSecond
+    std::uint32_t MinBytesPerSecond =
+        240; // slower peers are cut off; 0: TransferWait alone counts, anew after each step
+    std::uint32_t LingerWait = 2000;   // to let a peer read an answer after which the connection closes
+    std::uint32_t Connections = 65536; // of the whole service; what comes beyond is closed. At most 65536
+    std::uint32_t ConnectionsPerAddress = 0; // 0: no limit
+};
+std::uint32_t ZnHttpQueryServiceLimits(TZnHttpServiceLimits* ALimits);
+/// 87 where a value is out of range.
+std::uint32_t ZnHttpSetServiceLimits(const TZnHttpServiceLimits* ALimits);
+
+/// The configuration lists: URL reservations, IP listen list, certificates. 50 (not supported) until the
+/// store has them.
 enum THTTP_SERVICE_CONFIG_ID : std::uint32_t {
     HttpServiceConfigIPListenList = 0,
     HttpServiceConfigSSLCertInfo = 1,
     HttpServiceConfigUrlAclInfo = 2
 };
 std::uint32_t HttpQueryServiceConfiguration(THandle AService, THTTP_SERVICE_CONFIG_ID AId, const void* AInput,
-                                            std::uint32_t AInputLength, void* AOutput, std::uint32_t AOutputLength,
-                                            std::uint32_t* AReturnLength, OVERLAPPED* AOverlapped);
-std::uint32_t HttpSetServiceConfiguration(THandle AService, THTTP_SERVICE_CONFIG_ID AId, const void* AInformation,
-                                          std::uint32_t ALength, OVERLAPPED* AOverlapped);
-std::uint32_t HttpDeleteServiceConfiguration(THandle AService, THTTP_SERVICE_CONFIG_ID AId, const void* AInformation,
-                                             std::uint32_t ALength, OVERLAPPED* AOverlapped);
+                                            std::uint32_t AInputLength, void* AOutput,
+                                            std::uint32_t AOutputLength, std::uint32_t* AReturnLength,
+                                            OVERLAPPED* AOverlapped);
+std::uint32_t HttpSetServiceConfiguration(THandle AService, THTTP_SERVICE_CONFIG_ID AId,
+                                          const void* AInformation, std::uint32_t ALength,
+                                          OVERLAPPED* AOverlapped);
+std::uint32_t HttpDeleteServiceConfiguration(THandle AService, THTTP_SERVICE_CONFIG_ID AId,
+                                             const void* AInformation, std::uint32_t ALength,
+                                             OVERLAPPED* AOverlapped);

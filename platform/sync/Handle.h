@@ -26,6 +26,13 @@ public:
     /// True when the object is signalled; takes the signal where it counts for one waiter only.
     /// Called by a wait that found PollFd() readable; false sends it back to waiting.
     virtual bool TryAcquire() { return true; }
+
+    /// Gives back what TryAcquire took: a wait for all of several objects found one missing.
+    virtual void Unacquire() {}
+
+    /// A handle of the object was closed: calls that wait on it have to end. Called by CloseHandle once
+    /// the number is refused already.
+    virtual void HandleClosed() {}
 };
 
 /// Enters AObject into the table, which keeps it alive until CloseHandle. 0 with

@@ -1,0 +1,50 @@
+#include "platform/httpapi/Exports.h"
+
+#include "platform/httpapi/Httpapi.h"
+
+namespace
+{
+
+template <class T>
+void* Address(T* AFunction)
+{
+    return reinterpret_cast<void*>(AFunction);
+}
+
+} // namespace
+
+std::span<const TZnExport> HttpapiExports()
+{
+    static const TZnExport Table[] = {
+        {"HttpInitialize", Address(HttpInitialize)},
+        {"HttpTerminate", Address(HttpTerminate)},
+        {"HttpCreateHttpHandle", Address(HttpCreateHttpHandle)},
+        {"HttpCreateServerSession", Address(HttpCreateServerSession)},
+        {"HttpCloseServerSession", Address(HttpCloseServerSession)},
+        {"HttpSetServerSessionProperty", Address(HttpSetServerSessionProperty)},
+        {"HttpCreateRequestQueue", Address(HttpCreateRequestQueue)},
+        {"HttpCloseRequestQueue", Address(HttpCloseRequestQueue)},
+        {"HttpCreateUrlGroup", Address(HttpCreateUrlGroup)},
+        {"HttpCloseUrlGroup", Address(HttpCloseUrlGroup)},
+        {"HttpAddUrlToUrlGroup", Address(HttpAddUrlToUrlGroup)},
+        {"HttpRemoveUrlFromUrlGroup", Address(HttpRemoveUrlFromUrlGroup)},
+        {"HttpSetUrlGroupProperty", Address(HttpSetUrlGroupProperty)},
+        {"HttpSetRequestQueueProperty", Address(HttpSetRequestQueueProperty)},
+        {"HttpQueryServiceConfiguration", Address(HttpQueryServiceConfiguration)},
+        {"HttpSetServiceConfiguration", Address(HttpSetServiceConfiguration)},
+        {"HttpDeleteServiceConfiguration", Address(HttpDeleteServiceConfiguration)},
+        {"HttpAddUrl", Address(HttpAddUrl)},
+        {"HttpRemoveUrl", Address(HttpRemoveUrl)},
+        {"HttpSendHttpResponse", Address(HttpSendHttpResponse)},
+        {"HttpSendResponseEntityBody", Address(HttpSendResponseEntityBody)},
+        {"HttpReceiveHttpRequest", Address(HttpReceiveHttpRequest)},
+        {"HttpReceiveRequestEntityBody", Address(HttpReceiveRequestEntityBody)},
+        {"HttpWaitForDemandStart", Address(HttpWaitForDemandStart)},
+        {"HttpWaitForDisconnect", Address(HttpWaitForDisconnect)},
+        {"HttpWaitForDisconnectEx", Address(HttpWaitForDisconnectEx)},
+        {"ZnHttpDropRequest", Address(ZnHttpDropRequest)},
+        {"ZnHttpQueryServiceLimits", Address(ZnHttpQueryServiceLimits)},
+        {"ZnHttpSetServiceLimits", Address(ZnHttpSetServiceLimits)},
+    };
+    return Table;
+}

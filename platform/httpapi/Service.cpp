@@ -1,0 +1,218 @@
+#include "platform/httpapi/Service.h"
+
+#include <algorithm>
+
+#include "platform/errors/Errors.h"
+
+namespace Zn
+{
+namespace
+{
+
+struct Running
+{
+    Mutex Lock;
+    std::uint32_t Uses ZN_GUARDED_BY(Lock) = 0;
+    std::shared_ptr<Service> Instance ZN_GUARDED_BY(Lock);
+};
+
+Running& TheRunning()
+{
+    static Running Instance;
+    return Instance;
+}
+
+} // namespace
+
+std::uint32_t Service::Initialize()
+{
+    Running& Run = TheRunning();
+    const MutexLock Guard(Run.Lock);
+    if (Run.Uses == 0) {
+        auto New = std::make_shared<Service>();
+        if (const int Error = New->FDispatcher.Events().Error(); Error != 0)
+            return FromErrno(Error);
+        Run.Instance = std::move(New);
+    }
+    ++Run.Uses;
+    return NO_ERROR;
+}
+
+std::uint32_t Service::Terminate()
+{
+    std::shared_ptr<Service> Last; // dies outside the lock: its threads are waited for
+    Running& Run = TheRunning();
+    const MutexLock Guard(Run.Lock);
+    if (Run.Uses == 0)
+        return ERROR_INVALID_PARAMETER;
+    if (--Run.Uses == 0)
+        Last = std::move(Run.Instance);
+    return NO_ERROR;
+}
+
+std::shared_ptr<Service> Service::Current()
+{
+    Running& Run = TheRunning();
+    const MutexLock Guard(Run.Lock);
+    return Run.Instance;
+}
+
+std::uint32_t Service::CreateSession(HTTP_SERVER_SESSION_ID& AId)
+{
+    const MutexLock Guard(FConfigLock);
+    AId = FNextId++;
+    FSessions.emplace(AId, Session{});
+    return NO_ERROR;
+}
+
+std::uint32_t Service::CloseSession(HTTP_SERVER_SESSION_ID AId)
+{
+    const MutexLock Guard(FConfigLock);
+    const auto Found = FSessions.find(AId);
+    if (Found == FSessions.end())
+        return ERROR_INVALID_PARAMETER;
+    for (const HTTP_URL_GROUP_ID Each : Found->second.Groups)
+        CloseGroupLocked(Each);
+    FSessions.erase(Found);
+    return NO_ERROR;
+}
+
+std::uint32_t Service::CreateGroup(HTTP_SERVER_SESSION_ID ASession, HTTP_URL_GROUP_ID& AId)
+{
+    const MutexLock Guard(FConfigLock);
+    const auto Found = FSessions.find(ASession);
+    if (Found == FSessions.end())
+        return ERROR_INVALID_PARAMETER;
+    AId = FNextId++;
+    Found->second.Groups.insert(AId);
+    FGroups.emplace(AId, std::make_shared<UrlGroup>());
+    return NO_ERROR;
+}
+
+std::uint32_t Service::CloseGroup(HTTP_URL_GROUP_ID AId)
+{
+    const MutexLock Guard(FConfigLock);
+    if (!FGroups.contains(AId))
+        return ERROR_INVALID_PARAMETER;
+    CloseGroupLocked(AId);
+    for (auto& [Id, Each] : FSessions)
+        Each.Groups.erase(AId);
+    return NO_ERROR;
+}
+
+void Service::CloseGroupLocked(HTTP_URL_GROUP_ID AId)
+{
+    const auto Found = FGroups.find(AId);
+    if (Found == FGroups.end())
+        return;
+    while (!Found->second->Urls.empty())
+        Unregister(*Found->second, Found->second->Urls.back());
+    FGroups.erase(Found);
+}
+
+std::shared_ptr<UrlGroup> Service::FindGroup(HTTP_URL_GROUP_ID AId)
+{
+    const MutexLock Guard(FConfigLock);
+    const auto Found = FGroups.find(AId);
+    return Found != FGroups.end() ? Found->second : nullptr;
+}
+
+std::uint32_t Service::AddUrl(const std::shared_ptr<UrlGroup>& AGroup, const char* AUrl,
+                              HTTP_URL_CONTEXT AContext)
+{
+    const auto Prefix = AUrl != nullptr ? ParseUrlPrefix(AUrl) : std::nullopt;
+    if (!Prefix || Prefix->Port == 0)
+        return ERROR_INVALID_PARAMETER;
+    if (Prefix->Secure)
+        return ERROR_NOT_SUPPORTED; // until certificates can be bound to ports
+    const MutexLock Guard(FConfigLock);
+    if (!FDispatcher.AddRoute(*Prefix, {AGroup, AContext}))
+        return ERROR_ALREADY_EXISTS;
+    if (const std::uint32_t Result = FListeners.Add(Prefix->Host, Prefix->Port); Result != NO_ERROR) {
+        FDispatcher.RemoveRoute(*Prefix);
+        return Result;
+    }
+    AGroup->Urls.push_back(*Prefix);
+    return NO_ERROR;
+}
+
+std::uint32_t Service::RemoveUrl(UrlGroup& AGroup, const char* AUrl)
+{
+    const auto Prefix = AUrl != nullptr ? ParseUrlPrefix(AUrl) : std::nullopt;
+    if (!Prefix)
+        return ERROR_INVALID_PARAMETER;
+    const MutexLock Guard(FConfigLock);
+    if (std::find(AGroup.Urls.begin(), AGroup.Urls.end(), *Prefix) == AGroup.Urls.end())
+        return ERROR_FILE_NOT_FOUND;
+    Unregister(AGroup, *Prefix);
+    return NO_ERROR;
+}
+
+void Service::RemoveAllUrls(UrlGroup& AGroup)
+{
+    const MutexLock Guard(FConfigLock);
+    while (!AGroup.Urls.empty())
+        Unregister(AGroup, AGroup.Urls.back());
+}
+
+/// APrefix may be an element of AGroup.Urls: by value.
+void Service::Unregister(UrlGroup& AGroup, const UrlPrefix& APrefix)
+{
+    const UrlPrefix Prefix = APrefix;
+    FDispatcher.RemoveRoute(Prefix);
+    FListeners.Remove(Prefix.Host, Prefix.Port);
+    std::erase(AGroup.Urls, Prefix);
+    if (!FListeners.Wants(Prefix.Port))
+        FDispatcher.CloseIdle(Prefix.Port);
+}
+
+std::uint32_t Service::CreateQueue(const std::string& AName, std::shared_ptr<UrlGroup> AOwnGroup,
+                                   THandle& AHandle)
+{
+    const MutexLock Guard(FConfigLock);
+    if (!AName.empty() && FQueues.contains(AName))
+        return ERROR_ALREADY_EXISTS;
+    auto Queue = std::make_shared<RequestQueue>(AName);
+    auto Object = std::make_shared<QueueHandle>(shared_from_this(), Queue);
+    Object->Controls = true;
+    Object->OwnGroup = std::move(AOwnGroup);
+    if (Object->OwnGroup)
+        FDispatcher.BindGroup(*Object->OwnGroup, Queue);
+    AHandle = RegisterHandle(std::move(Object));
+    if (AHandle == 0)
+        return GetLastError();
+    if (!AName.empty())
+        FQueues.emplace(AName, std::move(Queue));
+    return NO_ERROR;
+}
+
+std::uint32_t Service::OpenQueue(const std::string& AName, THandle& AHandle)
+{
+    const MutexLock Guard(FConfigLock);
+    const auto Found = FQueues.find(AName);
+    if (AName.empty() || Found == FQueues.end())
+        return ERROR_FILE_NOT_FOUND;
+    AHandle = RegisterHandle(std::make_shared<QueueHandle>(shared_from_this(), Found->second));
+    return AHandle != 0 ? NO_ERROR : GetLastError();
+}
+
+void Service::CloseQueue(RequestQueue& AQueue)
+{
+    {
+        const MutexLock Guard(FConfigLock);
+        if (!AQueue.Name.empty())
+            FQueues.erase(AQueue.Name);
+    }
+    FDispatcher.CloseQueue(AQueue);
+}
+
+void QueueHandle::HandleClosed()
+{
+    if (!Controls)
+        return;
+    if (OwnGroup)
+        Owner->RemoveAllUrls(*OwnGroup);
+    Owner->CloseQueue(*Queue);
+}
+
+} // namespace Zn
