@@ -1,0 +1,21 @@
+#pragma once
+
+/// The subcommands of zn. Each has a file of its own, which alone knows the command line library.
+
+namespace CLI
+{
+class App;
+}
+
+namespace Zn
+{
+
+// What every command returns to the shell.
+inline constexpr int cExitOk = 0;
+inline constexpr int cExitFailure = 1; // it was asked for rightly, and didn't work
+inline constexpr int cExitUsage = 2;   // it was asked for wrongly
+
+/// Adds the command with its options; running it sets AExitCode, which has to outlive AApp's parse.
+void AddServeCommand(CLI::App& AApp, int& AExitCode);
+
+} // namespace Zn

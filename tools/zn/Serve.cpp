@@ -1,0 +1,125 @@
+#include "tools/zn/Serve.h"
+
+#include <csignal>
+#include <cstdio>
+#include <optional>
+
+#include "common/Exceptions.h"
+#include "platform/errors/Errors.h"
+#include "tools/zn/Commands.h"
+#include "tools/zn/SiteServer.h"
+#include "tools/zn/StaticFiles.h"
+#include "uZnHTTPBase.h"
+
+namespace Zn
+{
+
+namespace
+{
+
+/// "http://host:port/path/" with its last slash; nothing for what can't be served.
+std::optional<std::string> NormalizedBinding(const std::string& ABinding)
+{
+    try {
+        const TZnURLData Url = ZnDecodeURL(ABinding.empty() ? "/" : ABinding);
+        if (!ABinding.starts_with("http://") || Url.Hostname.empty() || !Url.Username.empty() ||
+            !Url.QueryString.empty() || !Url.Fragment.empty())
+            return std::nullopt;
+    } catch (const EInvalidArgument&) {
+        return std::nullopt;
+    }
+    return ABinding.ends_with('/') ? ABinding : ABinding + "/";
+}
+
+int Fail(int AExitCode, const std::string& AText)
+{
+    std::fprintf(stderr, "zn serve: %s\n", AText.c_str());
+    return AExitCode;
+}
+
+/// What went wrong when the server was switched on, in words that help.
+std::string ExplainStart(const EZnException& AError, const std::vector<std::string>& ABindings)
+{
+    std::string Urls;
+    for (const std::string& Binding : ABindings)
+        Urls += (Urls.empty() ? "" : ", ") + Binding;
+    switch (AError.GetErrorCode()) {
+    case ERROR_SHARING_VIOLATION:
+        return "cannot listen at " + Urls + ": the port is taken by another program. " +
+               "Choose another one, such as --bind http://localhost:8081/";
+    case ERROR_ACCESS_DENIED:
+        return "cannot listen at " + Urls +
+               ": this user may not open the port. Ports from 1024 on need no rights";
+    case ERROR_ALREADY_EXISTS:
+        return "cannot listen at " + Urls + ": one of them is given twice";
+    default:
+        return "cannot listen at " + Urls + ": " + AError.Message();
+    }
+}
+
+sigset_t StopSignals()
+{
+    sigset_t Signals;
+    sigemptyset(&Signals);
+    sigaddset(&Signals, SIGINT);
+    sigaddset(&Signals, SIGTERM);
+    return Signals;
+}
+
+/// Sleeps until the first SIGINT or SIGTERM; from then on another one has its usual effect.
+void WaitForStop()
+{
+    const sigset_t Signals = StopSignals();
+    int Signal = 0;
+    sigwait(&Signals, &Signal);
+    pthread_sigmask(SIG_UNBLOCK, &Signals, nullptr);
+}
+
+} // namespace
+
+int RunServe(const TServeOptions& AOptions)
+{
+    const sigset_t Signals = StopSignals();
+    pthread_sigmask(SIG_BLOCK, &Signals,
+                    nullptr);      // threads made from here on inherit it: only the wait sees them
+    std::signal(SIGPIPE, SIG_IGN); // a reader of the log that went away is no reason to stop serving
+
+    try {
+        const TStaticFiles Files(AOptions.Folder,
+                                 {.Deflate = AOptions.Deflate, .InlineStyle = AOptions.CSPLines.empty()});
+        TSiteServer Server(Files, AOptions.Demo);
+        Server.SetName("ZnServe");
+        for (const std::string& Binding : AOptions.Bindings) {
+            const auto Url = NormalizedBinding(Binding);
+            if (!Url)
+                return Fail(cExitUsage,
+                            "\"" + Binding + "\" can't be served: --bind takes http://HOST:PORT/PATH/");
+            Server.AddBinding(*Url);
+        }
+        for (const std::string& Line : AOptions.CSPLines)
+            Server.GetCSPDirectives().Add(Line);
+        RequestBufferSize = AOptions.BufferSize;
+        Server.SetServerVersion(AOptions.VersionTwo ? HTTPServerV2 : HTTPServerV1);
+        try {
+            Server.SetActive(true);
+        } catch (const EZnException& Error) {
+            return Fail(cExitFailure, ExplainStart(Error, AOptions.Bindings));
+        }
+
+        std::printf("Serving %s at\n", Files.Folder().Path().c_str());
+        for (const std::string& Url : Server.GetBindings())
+            std::printf("  %s\n", Url.c_str());
+        std::printf("Press Ctrl+C to stop.\n");
+        std::fflush(stdout);
+
+        WaitForStop();
+        std::printf("Stopping.\n");
+        std::fflush(stdout);
+        Server.SetActive(false);
+    } catch (const Exception& Error) {
+        return Fail(cExitFailure, Error.Message());
+    }
+    return cExitOk;
+}
+
+} // namespace Zn

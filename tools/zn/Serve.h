@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Zn
+{
+
+/// What `zn serve` is told on the command line.
+struct TServeOptions
+{
+    std::string Folder = ".";
+    std::vector<std::string> Bindings{"http://localhost:8080/"};
+    bool VersionTwo = false; // HTTPServerV2
+    bool Deflate = false;
+    std::vector<std::string> CSPLines; // each one Content-Security-Policy field
+    int BufferSize = 16384;            // RequestBufferSize, bytes; browsers send more than the library's 2048
+    bool Demo = false;
+};
+
+/// Serves until SIGINT or SIGTERM. The exit code of the program: 0 after a clean end, 1 with a line on
+/// standard error when it can't serve. A second signal ends the process at once.
+///
+/// Called on the main thread before any other thread runs: it blocks the two signals for all of them.
+int RunServe(const TServeOptions& AOptions);
+
+} // namespace Zn

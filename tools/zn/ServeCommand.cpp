@@ -1,0 +1,42 @@
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/zn/Commands.h"
+#include "tools/zn/Serve.h"
+
+namespace Zn
+{
+
+void AddServeCommand(CLI::App& AApp, int& AExitCode)
+{
+    CLI::App* Command = AApp.add_subcommand("serve", "Serve a folder over HTTP");
+    const auto Options = std::make_shared<TServeOptions>();
+    Command->footer("Serves until Ctrl+C. One line per request goes to standard error.");
+
+    Command->add_option("DIR", Options->Folder, "Folder to serve")
+        ->capture_default_str()
+        ->check(CLI::ExistingDirectory);
+    Command->add_option("--bind", Options->Bindings, "URL to serve it at; may be repeated")
+        ->type_name("URL")
+        ->take_all()
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->capture_default_str();
+    Command->add_flag("--v2", Options->VersionTwo,
+                      "Use version 2 of the HTTP service (named queue of length 10)");
+    Command->add_flag("--deflate", Options->Deflate, "Compress small text files for clients that take it");
+    Command->add_option("--csp", Options->CSPLines, "Content-Security-Policy to send; may be repeated")
+        ->type_name("LINE")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    Command->add_option("--buffer", Options->BufferSize, "Room for one request's head, in bytes")
+        ->type_name("BYTES")
+        ->check(CLI::Range(1024, 1 << 20))
+        ->capture_default_str();
+    Command->add_flag("--demo", Options->Demo, "Add handlers that show the server below /demo/");
+
+    Command->callback([Options, &AExitCode] { AExitCode = RunServe(*Options); });
+}
+
+} // namespace Zn

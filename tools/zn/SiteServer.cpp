@@ -1,0 +1,96 @@
+#include "tools/zn/SiteServer.h"
+
+#include <algorithm>
+#include <chrono>
+#include <optional>
+
+#include "common/Text.h"
+#include "platform/text/Unicode.h"
+#include "tools/zn/AccessLog.h"
+#include "tools/zn/Demo.h"
+#include "uZnIPHelper.h"
+
+namespace Zn
+{
+
+namespace
+{
+
+constexpr std::string_view cDemoFolder = "demo/";
+
+TAccessRecord RecordOf(const THTTP_REQUEST& ARequest)
+{
+    TAccessRecord Record;
+    Record.Time = std::chrono::system_clock::now();
+    Record.RemoteIp = ZnIPAddrToStr(ARequest.Address.pRemoteAddress);
+    Record.Method = MethodName(ARequest);
+    Record.Path =
+        Utf8FromUtf16({ARequest.CookedUrl.pAbsPath, ARequest.CookedUrl.AbsPathLength / sizeof(char16_t)});
+    Record.HasQuery = ARequest.CookedUrl.QueryStringLength > 0;
+    return Record;
+}
+
+} // namespace
+
+TSiteServer::TSiteServer(const TStaticFiles& AFiles, bool ADemo)
+    : TZnHTTPServer(nullptr), FFiles(AFiles), FDemo(ADemo)
+{
+    GetBindings().Clear();
+    // DoOnResponse answers by itself; without a handler it wouldn't be called.
+    SetOnResponse([](TZnCustomHTTPServer&, PZnHTTPServerRequest, TZnHTTPServerResponse&) {});
+}
+
+TSiteServer::~TSiteServer()
+{
+    SetActive(false); // while the workers still find this class's DoOnResponse
+}
+
+void TSiteServer::AddBinding(const std::string& AUrl)
+{
+    GetBindings().Add(AUrl);
+    FPrefixes.push_back(TZnURLData::Create(AUrl).FilePath);
+    std::sort(FPrefixes.begin(), FPrefixes.end(),
+              [](const std::string& A, const std::string& B) { return A.size() > B.size(); });
+}
+
+void TSiteServer::DoOnResponse(TZnHTTPServerResponseThread& AResponseThread, const TZnHTTPServerOnResponse&)
+{
+    const auto Start = std::chrono::steady_clock::now();
+    TAccessRecord Record = RecordOf(*AResponseThread.GetHTTP_REQUEST());
+
+    // Lives until the answer has left: the response is freed with the base class's call.
+    std::optional<TExchange> Exchange;
+    TZnHTTPServer::DoOnResponse(AResponseThread, [&](TZnCustomHTTPServer&, PZnHTTPServerRequest ARequest,
+                                                     TZnHTTPServerResponse& AResponse) {
+        Respond(Exchange.emplace(AResponseThread, *ARequest, AResponse));
+    });
+
+    Record.Status = AResponseThread.GetSentStatus();
+    Record.Bytes = AResponseThread.GetSentBytes();
+    Record.Duration =
+        std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - Start);
+    WriteAccessLine(Record);
+}
+
+void TSiteServer::Respond(TExchange& AExchange) const
+{
+    const std::string_view Path = AExchange.Request.UrlData.FilePath;
+    const std::string_view Prefix = PrefixOf(Path);
+    const std::string_view Rest = Path.substr(Prefix.size());
+    if (FDemo && Rest.starts_with(cDemoFolder))
+        RespondDemo(AExchange, Rest.substr(cDemoFolder.size()));
+    else
+        FFiles.Respond(AExchange, Prefix, Rest);
+}
+
+/// The part of APath that belongs to the binding it came by. The service compares bindings without
+/// regard to case, so this does as well.
+std::string_view TSiteServer::PrefixOf(std::string_view APath) const
+{
+    for (const std::string& Prefix : FPrefixes)
+        if (StartsText(Prefix, APath))
+            return APath.substr(0, Prefix.size());
+    return APath.substr(0, APath.starts_with('/') ? 1 : 0);
+}
+
+} // namespace Zn

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/zn/Exchange.h"
+#include "tools/zn/StaticFiles.h"
+#include "uZnHTTPServer.h"
+
+namespace Zn
+{
+
+/// The server of `zn serve`: files, the demo handlers and a log line for each request.
+class TSiteServer : public TZnHTTPServer
+{
+public:
+    /// AFiles outlives the server.
+    TSiteServer(const TStaticFiles& AFiles, bool ADemo);
+    ~TSiteServer() override;
+
+    /// Adds a URL to serve: "http://host:port/path/". The files stand below its path.
+    void AddBinding(const std::string& AUrl);
+
+protected:
+    void DoOnResponse(TZnHTTPServerResponseThread& AResponseThread,
+                      const TZnHTTPServerOnResponse& AOnResponse) override;
+
+private:
+    void Respond(TExchange& AExchange) const;
+    std::string_view PrefixOf(std::string_view APath) const;
+
+    const TStaticFiles& FFiles;
+    const bool FDemo;
+    std::vector<std::string>
+        FPrefixes; // paths of the bindings, each with "/" at both ends; the longest first
+};
+
+} // namespace Zn

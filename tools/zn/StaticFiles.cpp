@@ -1,0 +1,235 @@
+#include "tools/zn/StaticFiles.h"
+
+#include <cerrno>
+#include <unistd.h>
+
+#include "common/DateTime.h"
+#include "common/Exceptions.h"
+#include "tools/zn/AcceptEncoding.h"
+#include "tools/zn/ConditionalRequests.h"
+#include "tools/zn/DirectoryPage.h"
+#include "uZnHTTPBase.h"
+
+namespace Zn
+{
+
+namespace
+{
+
+constexpr const char* cIndexNames[] = {"index.html", "index.htm", "index.shtml"};
+
+// Compressing costs the text's size in memory and time on every request. Below the lower bound it saves
+// less than the field that announces it.
+constexpr std::uint64_t cDeflateAtLeast = 256;
+constexpr std::uint64_t cDeflateAtMost = 1 << 20;
+
+/// The pipeline looks for includes in files with these endings. What they hold then is more than the
+/// file, so the file's date and length say nothing about it.
+bool IsExpanded(std::string_view AName)
+{
+    return AName.ends_with(".shtml") || AName.ends_with(".htm");
+}
+
+std::string ReadPart(const TSiteEntry& AFile, std::uint64_t AFirst, std::uint64_t ALength)
+{
+    std::string Bytes(static_cast<std::size_t>(ALength), '\0');
+    std::size_t Done = 0;
+    while (Done < Bytes.size()) {
+        const ssize_t Count = pread(AFile.Fd.Get(), Bytes.data() + Done, Bytes.size() - Done,
+                                    static_cast<off_t>(AFirst + Done));
+        if (Count < 0 && errno == EINTR)
+            continue;
+        if (Count <= 0) // shorter than a moment ago, or a disk that fails
+            break;
+        Done += static_cast<std::size_t>(Count);
+    }
+    Bytes.resize(Done);
+    return Bytes;
+}
+
+[[noreturn]] void RaiseOpenError(int AError)
+{
+    if (AError == EACCES || AError == EPERM)
+        throw EZnHTTPForbidden("This file may not be read.");
+    if (AError == EMFILE || AError == ENFILE || AError == ENOMEM)
+        throw EZnHTTPException("The server has too many files open. Try again later.", 503);
+    throw EZnHTTPNotFound("There is nothing at this address.");
+}
+
+TConditions ConditionsOf(const TExchange& AExchange)
+{
+    return {.IfMatch = AExchange.Header(HttpHeaderIfMatch),
+            .IfUnmodifiedSince = AExchange.Header(HttpHeaderIfUnmodifiedSince),
+            .IfNoneMatch = AExchange.Header(HttpHeaderIfNoneMatch),
+            .IfModifiedSince = AExchange.Header(HttpHeaderIfModifiedSince)};
+}
+
+timespec CurrentTime()
+{
+    timespec Now{};
+    clock_gettime(CLOCK_REALTIME, &Now);
+    return Now;
+}
+
+/// Another representation needs another tag; the quote at the end moves behind the suffix.
+std::string TagWithSuffix(std::string ATag, std::string_view ASuffix)
+{
+    ATag.insert(ATag.size() - 1, ASuffix);
+    return ATag;
+}
+
+/// Sends the part that Range asks for, if it asks for one.
+void SelectRange(TExchange& AExchange, const TSiteEntry& AFile, const TValidators& AValidators)
+{
+    TZnHTTPServerResponse& Response = AExchange.Response;
+    const std::string Field = AExchange.Header(HttpHeaderRange);
+    Response.SetPartialContent(true);
+    if (Field.empty() || AExchange.Request.HttpVerb != HttpVerbGET)
+        return;
+    if (!IfRangeMatches(AExchange.Header(HttpHeaderIfRange), AValidators)) {
+        Response.SetPartialContent(false); // what the client has is old: it gets all of the new file
+        return;
+    }
+    const TRangeRequest Range = ResolveRange(Field, AFile.Size);
+    const std::string Total = "/" + std::to_string(AFile.Size);
+    switch (Range.Kind) {
+    case TRangeRequest::TKind::Whole:
+        Response.SetPartialContent(false);
+        break;
+    case TRangeRequest::TKind::Unsatisfiable:
+        Response.AddUnknownHeader("Content-Range", "bytes *" + Total);
+        throw EZnHTTPException("The file ends before the range begins.", 416);
+    case TRangeRequest::TKind::Part:
+        const std::string First = std::to_string(Range.First), Last = std::to_string(Range.Last);
+        if (Range.First == Range.Last) {
+            // The pipeline knows no range of a single byte: "5-5" reads as from 5 to the end there.
+            Response.SetResponseText(ReadPart(AFile, Range.First, 1));
+            Response.SetStatusCode(206);
+            Response.SetStatusDescription(HttpStatusMsg(206));
+            Response.AddUnknownHeader("Accept-Ranges", "bytes");
+            Response.AddUnknownHeader("Content-Range", "bytes " + First + "-" + Last + Total);
+        } else {
+            AExchange.ReplaceRange("bytes=" + First + "-" + Last);
+        }
+    }
+}
+
+} // namespace
+
+TStaticFiles::TStaticFiles(const std::string& AFolder, const TOptions& AOptions)
+    : FFolder(AFolder), FOptions(AOptions)
+{
+}
+
+void TStaticFiles::Respond(TExchange& AExchange, std::string_view APrefix, std::string_view APath) const
+{
+    const THTTP_VERB Verb = AExchange.Request.HttpVerb;
+    if (Verb != HttpVerbGET && Verb != HttpVerbHEAD) {
+        AExchange.Response.AddUnknownHeader("Allow", "GET, HEAD, OPTIONS");
+        if (Verb == HttpVerbOPTIONS)
+            return AExchange.RespondText("");
+        throw EZnHTTPException("Files can be fetched, and nothing else.", 405);
+    }
+    const auto Path = DecodeUrlPath(APath);
+    if (!Path || std::any_of(Path->Names.begin(), Path->Names.end(), TSiteFolder::IsHidden))
+        throw EZnHTTPNotFound("There is nothing at this address.");
+
+    TSiteEntry Entry = FFolder.Open(Path->FileName());
+    if (!Entry.Fd)
+        RaiseOpenError(Entry.Error);
+    if (Entry.Kind == TEntryKind::Folder)
+        RespondFolder(AExchange, APrefix, *Path, std::move(Entry));
+    else if (Entry.Kind == TEntryKind::File && !Path->IsFolder)
+        RespondFile(AExchange, {std::move(Entry), Path->Names.back()});
+    else
+        throw EZnHTTPNotFound("There is nothing at this address.");
+}
+
+void TStaticFiles::RespondFolder(TExchange& AExchange, std::string_view APrefix, const TUrlPath& APath,
+                                 TSiteEntry AFolder) const
+{
+    const std::string& Query = AExchange.Request.UrlData.QueryString;
+    if (!APath.IsFolder) {
+        // Relative links of the folder's page count from the slash. The path is written anew: a target that
+        // begins with "//" must not become a host.
+        std::string Location(APrefix);
+        for (const std::string& Name : APath.Names)
+            Location += EncodeUrlSegment(Name) + "/";
+        return AExchange.Redirect(Query.empty() ? Location : Location + "?" + Query);
+    }
+    const std::string Folder = APath.FileName();
+    for (const char* Name : cIndexNames) {
+        TSiteEntry Index = FFolder.Open(Folder.empty() ? Name : Folder + "/" + Name);
+        if (Index.Fd && Index.Kind == TEntryKind::File)
+            return RespondFile(AExchange, {std::move(Index), Name});
+    }
+    TZnHTTPServerResponse& Response = AExchange.Response;
+    if (!FOptions.InlineStyle && Query == cStyleQuery) {
+        Response.SetContentType("text/css; charset=utf-8");
+        Response.AddUnknownHeader("Cache-Control", "max-age=3600");
+        return Response.SetResponseText(std::string(DirectoryStyle()));
+    }
+    Response.SetContentType("text/html; charset=utf-8");
+    Response.AddUnknownHeader("Cache-Control", "no-cache");
+    Response.SetResponseText(
+        DirectoryPage(APath, FFolder.List(AFolder, Folder), ListingOrder(Query), FOptions.InlineStyle));
+}
+
+void TStaticFiles::RespondFile(TExchange& AExchange, TFile AFile) const
+{
+    TZnHTTPServerResponse& Response = AExchange.Response;
+    const std::string ContentType = ContentTypeOf(AFile);
+    Response.SetContentType(ContentType);
+    Response.AddUnknownHeader("X-Content-Type-Options", "nosniff");
+    Response.AddUnknownHeader("Cache-Control",
+                              "no-cache"); // kept, but asked about: a changed file is seen at once
+    if (IsExpanded(AFile.Name))
+        return AExchange.SendFile(std::move(AFile.Entry), TExchange::TReopen::ByPath);
+
+    TValidators Validators = FileValidators(AFile.Entry.Size, AFile.Entry.Modified, CurrentTime());
+    const bool Deflate = WantsDeflate(AExchange, AFile, ContentType);
+    if (Deflate)
+        Validators.ETag = TagWithSuffix(Validators.ETag, "-deflate");
+    Response.AddUnknownHeader("ETag", Validators.ETag);
+    Response.AddUnknownHeader("Last-Modified", ZnHttpDateFromUnix(Validators.LastModified));
+    if (FOptions.Deflate && TContentTypes::IsTextual(ContentType))
+        Response.AddUnknownHeader("Vary", "Accept-Encoding");
+
+    switch (EvaluatePreconditions(ConditionsOf(AExchange), Validators)) {
+    case TPrecondition::NotModified:
+        return Response.SetStatusCode(304), Response.SetStatusDescription(HttpStatusMsg(304));
+    case TPrecondition::Failed:
+        throw EZnHTTPException("The file has changed.", 412);
+    case TPrecondition::Proceed:
+        break;
+    }
+    if (Deflate) {
+        Response.SetContentEncoding("deflate");
+        Response.SetResponseText(ReadPart(AFile.Entry, 0, AFile.Entry.Size));
+    } else if (AFile.Entry.Size > 0) { // an empty file is the empty text that the response holds already
+        SelectRange(AExchange, AFile.Entry, Validators);
+        if (Response.GetStatusCode() == 200)
+            AExchange.SendFile(std::move(AFile.Entry), TExchange::TReopen::SameFile);
+    }
+}
+
+std::string TStaticFiles::ContentTypeOf(const TFile& AFile) const
+{
+    const std::string Known = FContentTypes.OfName(AFile.Name);
+    return Known.empty() ? TContentTypes::OfContent(
+                               ReadPart(AFile.Entry, 0, std::min<std::uint64_t>(AFile.Entry.Size, 1024)))
+                         : Known;
+}
+
+bool TStaticFiles::WantsDeflate(const TExchange& AExchange, const TFile& AFile,
+                                std::string_view AContentType) const
+{
+    if (!FOptions.Deflate || AFile.Entry.Size < cDeflateAtLeast || AFile.Entry.Size > cDeflateAtMost ||
+        !TContentTypes::IsTextual(AContentType) || !AExchange.Header(HttpHeaderRange).empty())
+        return false;
+    // The pipeline compresses only where it finds the coding in lower case.
+    const std::string Accepted = AExchange.Header(HttpHeaderAcceptEncoding);
+    return Accepted.find("deflate") != std::string::npos && AcceptsCoding(Accepted, "deflate");
+}
+
+} // namespace Zn

@@ -1,0 +1,20 @@
+#include <CLI/CLI.hpp>
+
+#include "tools/zn/Commands.h"
+
+/// zn: the library's capabilities from a shell. Exit codes: 0 done, 1 failed, 2 wrong command line.
+int main(int argc, char** argv)
+{
+    int ExitCode = Zn::cExitOk;
+    CLI::App App("Network components from a shell", "zn");
+    App.set_version_flag("--version", ZN_VERSION);
+    App.require_subcommand(1);
+    Zn::AddServeCommand(App, ExitCode);
+    try {
+        App.parse(argc, argv);
+    } catch (const CLI::ParseError& Error) {
+        // Help and version are no errors; the library has numbers of its own for all others.
+        return App.exit(Error) == 0 ? Zn::cExitOk : Zn::cExitUsage;
+    }
+    return ExitCode;
+}
