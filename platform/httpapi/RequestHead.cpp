@@ -1,6 +1,7 @@
 #include "platform/httpapi/RequestHead.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "platform/httpapi/Grammar.h"
@@ -34,17 +35,24 @@ std::size_t FindControl(const char* ABytes, std::size_t AFrom, std::size_t AEnd)
 {
     constexpr std::uint64_t Ones = 0x0101010101010101U;
     constexpr std::uint64_t High = Ones * 0x80;
-    for (; AFrom + 8 <= AEnd; AFrom += 8) {
+    while (AFrom + 8 <= AEnd) {
         std::uint64_t Word;
         std::memcpy(&Word, ABytes + AFrom, sizeof Word);
         const std::uint64_t Del = Word ^ (Ones * 0x7F);
-        std::uint64_t Hits = (((Word - Ones * 0x20) & ~Word) | ((Del - Ones) & ~Del)) & High;
-        if (Hits == 0)
+        const std::uint64_t Hits = (((Word - Ones * 0x20) & ~Word) | ((Del - Ones) & ~Del)) & High;
+        if (Hits == 0) {
+            AFrom += 8;
             continue;
-        // Only the lowest hit is certain (a borrow may mark what stands above it), and it may be an HTAB.
-        for (std::size_t At = AFrom; At < AFrom + 8; ++At)
-            if (IsControl(ABytes[At]))
-                return At;
+        }
+        std::size_t At = AFrom;
+        if constexpr (std::endian::native == std::endian::little)
+            At += static_cast<std::size_t>(std::countr_zero(Hits)) / 8; // the others may come from its borrow
+        else
+            while (!IsControl(ABytes[At]) && ABytes[At] != '\t')
+                ++At;
+        if (ABytes[At] != '\t')
+            return At;
+        AFrom = At + 1;
     }
     for (; AFrom < AEnd; ++AFrom)
         if (IsControl(ABytes[AFrom]))
@@ -56,16 +64,15 @@ std::size_t FindControl(const char* ABytes, std::size_t AFrom, std::size_t AEnd)
 
 void RequestHeadParser::Reset()
 {
-    Restart(nullptr);
-    FScanned = 0;
+    Restart();
+    FBase = nullptr;
     FResult = HeadResult::Incomplete;
     FStatus = 0;
     FReason = "";
 }
 
-void RequestHeadParser::Restart(const char* ABase)
+void RequestHeadParser::Restart()
 {
-    FBase = ABase;
     FLine = 0;
     FScanned = 0;
     FFieldsStart = 0;
@@ -85,8 +92,10 @@ HeadResult RequestHeadParser::Parse(std::string_view ABytes)
 {
     if (FResult == HeadResult::Refused)
         return FResult;
-    if (ABytes.data() != FBase) { // every view shows into the place of before
-        Restart(ABytes.data());
+    if (ABytes.data() != FBase) {
+        if (FBase != nullptr) // the views show into the place of before
+            Restart();
+        FBase = ABytes.data();
         FResult = HeadResult::Incomplete;
     }
     while (FResult == HeadResult::Incomplete) {

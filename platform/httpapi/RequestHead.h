@@ -78,7 +78,7 @@ public:
 
 private:
     HeadResult Refuse(std::uint16_t AStatus, const char* AReason);
-    void Restart(const char* ABase);
+    void Restart();
     bool ReadRequestLine(std::string_view ALine);
     bool ReadTarget(std::string_view ATarget);
     bool ReadPathAndQuery(std::string_view AText);

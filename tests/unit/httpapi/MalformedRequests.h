@@ -14,8 +14,11 @@ namespace Zn
 
 using namespace std::string_view_literals;
 
+enum class Malformation { RequestLine, Host, Field, Head, Control };
+
 struct MalformedRequest
 {
+    Malformation Kind;
     std::string Name;
     std::uint16_t Status;
     std::string Bytes;
@@ -224,12 +227,13 @@ inline std::vector<MalformedRequest> MalformedRequests()
     const auto Add = [&All](std::span<const Malformed::Row> ARows, std::string_view ABefore,
                             std::string_view ABehind) {
         for (const Malformed::Row& Each : ARows)
-            All.push_back({Each.Name, Each.Status, std::string(ABefore).append(Each.Text).append(ABehind)});
+            All.push_back(
+                {AKind, Each.Name, Each.Status, std::string(ABefore).append(Each.Text).append(ABehind)});
     };
-    Add(Malformed::RequestLines, "", "\r\nHost: a\r\n\r\n");
-    Add(Malformed::Hosts, "GET / HTTP/1.1\r\nHost:", "\r\n\r\n");
-    Add(Malformed::FieldLines, "POST / HTTP/1.1\r\nHost: a\r\n", "\r\n\r\n");
-    Add(Malformed::Heads, "", "");
+    Add(Malformation::RequestLine, Malformed::RequestLines, "", "\r\nHost: a\r\n\r\n");
+    Add(Malformation::Host, Malformed::Hosts, "GET / HTTP/1.1\r\nHost:", "\r\n\r\n");
+    Add(Malformation::Field, Malformed::FieldLines, "POST / HTTP/1.1\r\nHost: a\r\n", "\r\n\r\n");
+    Add(Malformation::Head, Malformed::Heads, "", "");
 
     // Each control character in each place; HTAB is at home in a value.
     const std::string_view Places[] = {
