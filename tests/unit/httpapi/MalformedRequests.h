@@ -224,8 +224,8 @@ inline constexpr Row Heads[] = {
 inline std::vector<MalformedRequest> MalformedRequests()
 {
     std::vector<MalformedRequest> All;
-    const auto Add = [&All](std::span<const Malformed::Row> ARows, std::string_view ABefore,
-                            std::string_view ABehind) {
+    const auto Add = [&All](Malformation AKind, std::span<const Malformed::Row> ARows,
+                            std::string_view ABefore, std::string_view ABehind) {
         for (const Malformed::Row& Each : ARows)
             All.push_back(
                 {AKind, Each.Name, Each.Status, std::string(ABefore).append(Each.Text).append(ABehind)});
@@ -246,8 +246,9 @@ inline std::vector<MalformedRequest> MalformedRequests()
                 continue;
             std::string Bytes(Place);
             Bytes[Bytes.find('@')] = static_cast<char>(Byte);
-            All.push_back(
-                {"control character " + std::to_string(Byte) + " in " + std::string(Place), 400, Bytes});
+            All.push_back({Malformation::Control,
+                           "control character " + std::to_string(Byte) + " in " + std::string(Place), 400,
+                           Bytes});
         }
     return All;
 }
