@@ -1,0 +1,1 @@
+"""The HTTP server comparison: benchmarks/http/run."""

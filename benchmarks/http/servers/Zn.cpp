@@ -1,0 +1,62 @@
+// This library's server, as an application would write it.
+
+#include "benchmarks/http/servers/Common.h"
+#include "uZnHTTPServer.h"
+
+using namespace Zn::Bench;
+
+namespace
+{
+
+constexpr std::size_t cTextTo = 16 * 1024; // longer bodies are sent from where they lie
+
+void SendBody(TZnHTTPServerResponse& AResponse, const TSite::TBody& ABody)
+{
+    AResponse.SetContentType(std::string(ABody.ContentType));
+    if (ABody.Bytes.size() <= cTextTo) {
+        AResponse.SetResponseText(ABody.Bytes);
+    } else {
+        AResponse.SetResponseBuffer(ABody.Bytes.data());
+        AResponse.SetResponseBufSize(static_cast<std::uint32_t>(ABody.Bytes.size()));
+    }
+}
+
+void Answer(const TSite& ASite, TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse)
+{
+    const std::string& target = ARequest.UrlData.FilePath;
+    if (const TSite::TBody* const body = ASite.Find(target)) {
+        SendBody(AResponse, *body);
+    } else if (const std::string file = ASite.FileFor(target); !file.empty()) {
+        AResponse.SetContentType(std::string(cBytes));
+        AResponse.SetResponseFileName(file);
+    } else if (target == "/echo") {
+        std::shared_ptr<IZnBodyContent> body;
+        AResponse.SetContentType(std::string(cBytes));
+        if (ARequest.GetBody(body))
+            AResponse.SetResponseStream(body->AsStream(true)); // the request holds it until the answer is out
+    } else if (target == "/upload") {
+        std::shared_ptr<IZnBodyContent> body;
+        const std::int64_t size = ARequest.GetBody(body) ? body->GetSize() : 0;
+        AResponse.SetContentType(std::string(cText));
+        AResponse.SetResponseText(std::to_string(size));
+    } else {
+        throw EZnHTTPException("no such target", 404);
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    BlockEndSignals();
+    const TArguments arguments = TArguments::Read(argc, argv);
+    const TSite site(arguments.Folder);
+
+    TZnHTTPServer server(nullptr);
+    server.SetBindings({"http://127.0.0.1:" + std::to_string(arguments.Port) + "/"});
+    server.SetOnResponse([&site](TZnCustomHTTPServer&, PZnHTTPServerRequest ARequest,
+                                 TZnHTTPServerResponse& AResponse) { Answer(site, *ARequest, AResponse); });
+    server.SetActive(true);
+    WaitForEnd();
+    server.SetActive(false);
+}
