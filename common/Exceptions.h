@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <string>
+#include <typeinfo>
 #include <utility>
 
 #if defined(__GNUC__)
@@ -173,7 +174,10 @@ std::string ZnFormat(const char* AFormat, ...) ZN_PRINTF_LIKE(1, 2);
 namespace Zn
 {
 [[noreturn]] void RaiseAssertionFailed(const char* AText);
-}
+
+/// A type's name in source form.
+std::string TypeName(const std::type_info& AType);
+} // namespace Zn
 
 /// Guards what callers must keep to; always compiled in. Raises EAssertionFailed with AText.
 inline void ZnAssert(bool ACondition, const char* AText = "Assertion failure")

@@ -78,6 +78,10 @@ protected:
     void Borrow(std::span<const std::byte> ABytes);
 
 private:
+    static constexpr std::int64_t cMaxSize = std::int64_t{1} << 62;
+
+    void CheckWritable() const;
+
     std::byte* FMemory = nullptr;
     std::int64_t FSize = 0;
     std::int64_t FCapacity = 0;
@@ -99,12 +103,12 @@ public:
 class TZnStringStream : public TMemoryStream
 {
 public:
-    /// Code page 0 and 65001 are UTF-8; see common/Encoding.h.
-    explicit TZnStringStream(std::uint32_t ACodePage = 0, std::int64_t ABlockSize = 256);
+    /// Code pages 0 and 65001 are UTF-8; see common/Encoding.h. An unknown one raises EConvertError.
+    explicit TZnStringStream(std::uint16_t ACodePage = 0, std::int64_t ABlockSize = 256);
 
-    std::uint32_t GetCodePage() const { return FCodePage; }
+    std::uint16_t GetCodePage() const { return FCodePage; }
 
-    /// The whole stream decoded from the code page. EConvertError.
+    /// The whole stream decoded from the code page.
     std::string GetAsString() const;
     /// Replaces the stream by AText in the code page; the position is 0 afterwards.
     void SetAsString(std::string_view AText);
@@ -115,7 +119,7 @@ public:
     void WriteString(std::string_view AText);
 
 private:
-    std::uint32_t FCodePage;
+    std::uint16_t FCodePage;
 };
 
 /// UTF-8 text in memory.
@@ -160,7 +164,7 @@ private:
 };
 
 /// The whole stream, decoded from the code page as UTF-8. Its position is at the end afterwards.
-std::string ZnStreamToAnsiString(TStream& AStream, std::uint32_t ACodePage = 0);
+std::string ZnStreamToAnsiString(TStream& AStream, std::uint16_t ACodePage = 0);
 
 /// The bytes of the whole stream for reading: those of a memory stream in place (valid until it
 /// changes), those of any other read into new memory. True in that case: free it with

@@ -39,10 +39,11 @@ public:
 
     /// Asks Execute to end. An override wakes the waits of its Execute.
     virtual void Terminate();
-    bool GetTerminated() const { return FTerminated.load(std::memory_order_relaxed); }
+    bool GetTerminated() const { return FTerminated; }
 
-    /// Waits until Execute is done and the thread has ended; returns the return value. On the main
-    /// thread it serves Synchronize and sent messages meanwhile. Returns at once for a thread that
+    /// Waits until Execute is done and the thread has ended; returns the return value. Meanwhile it
+    /// serves what is sent to the calling thread (Synchronize to the main thread; messages to
+    /// windows); an exception of a window procedure is raised at the end. Returns at once for a thread that
     /// was not started. Not for threads with FreeOnTerminate, nor for the thread itself (EThread).
     int WaitFor();
 
@@ -65,6 +66,9 @@ public:
     /// platform/messages), so that a thread that outlives it does not hang.
     static void Synchronize(const std::function<void()>& ACall);
 
+    /// The TThread that runs the caller; nullptr on any other thread.
+    static TThread* GetCurrentThread();
+
     /// Milliseconds since some moment in the past, 32 bits: wraps after 49.7 days.
     static std::uint32_t GetTickCount();
     static std::uint64_t GetTickCount64();
@@ -74,7 +78,7 @@ protected:
 
 private:
     void Run() noexcept;
-    void ServeMainQueueUntilFinished();
+    void WaitUntilEnded();
 
     std::string FName;
     std::atomic<bool> FStarted{false};

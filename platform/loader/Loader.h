@@ -35,12 +35,12 @@ bool FreeLibrary(THandle AModule);
 class TZnScopedLibrary
 {
 public:
-    TZnScopedLibrary(std::string AName, std::vector<TZnExport> AExports);
+    TZnScopedLibrary(const std::string& AName, std::vector<TZnExport> AExports);
     ~TZnScopedLibrary();
     TZnScopedLibrary(const TZnScopedLibrary&) = delete;
     TZnScopedLibrary& operator=(const TZnScopedLibrary&) = delete;
 
 private:
     std::shared_ptr<const std::vector<TZnExport>> FExports;
-    std::string FName;
+    std::string FKey;
 };

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "platform/sync/Deadline.h"
+#include "platform/sync/Event.h"
 #include "platform/sync/Handle.h"
 
 /// Messages between threads, and calls on the application's main thread.
@@ -37,36 +37,43 @@ using TWndMethod = std::function<void(TMessage&)>;
 /// are used up.
 THandle AllocateHWnd(TWndMethod AWndProc);
 
-/// Removes a window of the calling thread: what is posted to it is dropped, senders that wait get
-/// 0. May be called by its own procedure.
-void DeallocateHWnd(THandle AWnd);
+/// Removes a window of the calling thread (or of one that has ended): what is posted to it is
+/// dropped, senders that wait get 0. May be called by its own procedure. False with
+/// ERROR_INVALID_WINDOW_HANDLE, or ERROR_ACCESS_DENIED for a window of another thread.
+bool DeallocateHWnd(THandle AWnd);
 
 /// Has the window's thread handle the message and waits for its result; on that thread itself a
 /// plain call. While it waits, the calling thread handles messages sent to its own windows, so two
 /// threads that send to each other don't lock up. 0 with ERROR_INVALID_WINDOW_HANDLE when the
 /// window is gone, or goes before the message was handled. An exception of the procedure leaves
-/// the pump of the window's thread and not this call, which returns 0.
+/// the pump of the window's thread (a SendMessage in which that thread waits
+/// counts as one) and not this call, which returns 0.
 std::intptr_t SendMessage(THandle AWnd, std::uint32_t AMsg, std::uintptr_t AWParam, std::intptr_t ALParam);
 
 /// Puts the message behind those posted before. False with ERROR_INVALID_WINDOW_HANDLE when the
-/// window is gone.
+/// window is gone, with ERROR_NOT_ENOUGH_QUOTA when 10,000 messages wait in its thread's queue.
 bool PostMessage(THandle AWnd, std::uint32_t AMsg, std::uintptr_t AWParam, std::intptr_t ALParam);
 
 /// Takes the oldest posted message with a number in AFirst...ALast of a window of the calling
 /// thread from the queue, without handling it. False when there is none.
 bool RemoveMessage(THandle AWnd, std::uint32_t AFirst, std::uint32_t ALast, TMessage& AMessage);
 
-/// Calls the procedures of every window of the process, each on its own thread, without waiting:
-/// how notices of the system (power, network) reach components. The message is posted.
+/// Posts the message to every window of the process: how notices of the system (power, network)
+/// reach components.
 void BroadcastMessage(std::uint32_t AMsg, std::uintptr_t AWParam, std::intptr_t ALParam);
 
-/// Handles all that waits in the calling thread's queue: synchronized calls, sent messages, posted
-/// messages. Returns how many there were. An exception of a window procedure leaves the pump; what
-/// was not handled yet stays for the next call.
+/// Handles what waits in the calling thread's queue: synchronized calls, sent messages, and the
+/// messages posted up to now. Returns how many there were. An exception of a window procedure leaves the
+/// pump; what was not handled yet stays for the next call.
 std::size_t ProcessMessages();
 
-/// The same without posted messages, in the way a thread serves others while it waits itself.
+/// The same without posted messages.
 std::size_t ProcessSentMessages();
+
+/// Waits for AEvent, at most AMilliseconds, and handles calls and sent messages of the calling thread's
+/// queue meanwhile; posted messages stay. A plain wait for a thread without a queue. True when the
+/// event was set. What a window procedure raises meanwhile is raised at the end, the first of it.
+bool ServeCallsUntil(TZnKernelEvent& AEvent, std::uint32_t AMilliseconds = INFINITE);
 
 /// Sleeps until the queue has work, at most AMilliseconds. True when there is work.
 bool WaitMessage(std::uint32_t AMilliseconds);

@@ -10,8 +10,9 @@
 /// A flag that threads wait for.
 ///
 /// A manual-reset event stays set until Reset and releases every thread that waits at the moment
-/// of Set, even if Reset follows at once. An auto-reset event releases one thread for each Set and
-/// is reset by it.
+/// of Set, even if Reset follows at once. An auto-reset event releases one waiting thread for each
+/// Set; without one it stays set for the next that comes. (Threads that wait for several handles
+/// take the signal when they run: Sets up to then release one of them.)
 ///
 /// Set, Reset and a wait that finds the event set are one atomic operation on one word; a system
 /// call is made only by a thread that has to sleep and by a Set that finds one sleeping. With the
@@ -21,6 +22,7 @@
 /// Threads:   every operation from any thread.
 /// Ownership: the event has to outlive its calls; a thread that WaitFor released may destroy an
 ///            event that was never waited for together with others while Set is still returning.
+///            At most 32,767 threads wait at once.
 class TZnKernelEvent : public KernelObject
 {
 public:
@@ -39,22 +41,28 @@ public:
     /// The eventfd, made at the first call; -1 with the system out of descriptors.
     int PollFd() override;
     bool TryAcquire() override;
+    void Unacquire() override;
 
 private:
-    bool WaitSlowly(std::uint32_t AMilliseconds);
-    bool Consume(std::uint32_t ASeen);
+    std::uint32_t AfterSet(std::uint32_t AState) const;
+    void WakeSleepers(std::uint32_t ABefore);
+    bool SleepUntilReleased(std::uint32_t AMilliseconds);
+    bool SleepUntilConsumed(std::uint32_t AMilliseconds);
+    bool Consume();
     void SetWithFd();
-    void ResetWithFd();
+    bool ResetWithFd();
 
     // FState, also the futex word:
     //
-    //   31         18 17           2    1       0
-    //   +------------+--------------+--------+-----+
-    //   | generation | sleepers     | has fd | set |
-    //   +------------+--------------+--------+-----+
+    //   31       17 16         2    1       0
+    //   +----------+------------+--------+-----+
+    //   | releases | sleepers   | has fd | set |
+    //   +----------+------------+--------+-----+
     //
-    // The generation grows with each change to "set" of a manual-reset event, so that a sleeper
-    // that comes late still sees that it was released.
+    // Releases are what a late sleeper is released by. For a manual-reset event they count the
+    // changes to "set", so that one that wakes after the following Reset sees that it was meant; for
+    // an auto-reset event they count the sleepers that a Set let go and that have not left yet, so
+    // that two Sets in a row release two sleepers.
     std::atomic<std::uint32_t> FState;
     const bool FManualReset;
     Zn::Mutex FFdMutex; // held for every change of "set" once "has fd" is on
