@@ -39,27 +39,27 @@ private:
     std::string FBytes;
 };
 
-inline constexpr std::uint16_t cZnCodePageSystem = 0; // the system's 8-bit code page: UTF-8
-inline constexpr std::uint16_t cZnCodePageUTF16 = 1200;
-inline constexpr std::uint16_t cZnCodePageASCII = 20127;
-inline constexpr std::uint16_t cZnCodePageLatin1 = 28591; // ISO-8859-1
-inline constexpr std::uint16_t cZnCodePageUTF8 = 65001;
+inline constexpr std::uint32_t cZnCodePageSystem = 0; // the system's 8-bit code page: UTF-8
+inline constexpr std::uint32_t cZnCodePageUTF16 = 1200;
+inline constexpr std::uint32_t cZnCodePageASCII = 20127;
+inline constexpr std::uint32_t cZnCodePageLatin1 = 28591; // ISO-8859-1
+inline constexpr std::uint32_t cZnCodePageUTF8 = 65001;
 
 /// Conversions between text and code pages. Any thread. An unknown code page raises EConvertError.
 class TZnEncoding
 {
 public:
     /// AText in code page ACodePage. A character that the code page lacks becomes "?".
-    static std::string ConvertW(std::string_view AText, std::uint16_t ACodePage);
+    static std::string ConvertW(std::string_view AText, std::uint32_t ACodePage);
 
     /// ABytes of code page ACodePage as text. What is no character there becomes U+FFFD, so the
     /// result is valid UTF-8 whatever comes in.
-    static std::string ConvertA(std::string_view ABytes, std::uint16_t ACodePage);
+    static std::string ConvertA(std::string_view ABytes, std::uint32_t ACodePage);
 };
 
 /// The code page of a charset name (IANA names and their usual aliases, any case, with or without
 /// double quotes). Raises EConvertError for an unknown one.
-std::uint16_t ZnCodePage(std::string_view ACharset);
+std::uint32_t ZnCodePage(std::string_view ACharset);
 
 /// True for bytes that are well-formed UTF-8 (RFC 3629).
 bool ZnIsUtf8(std::string_view ABytes);

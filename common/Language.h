@@ -9,7 +9,7 @@
 struct TZnLanguageIdent
 {
     std::string_view Language;    // ISO 639, lower case
-    std::string_view Sublanguage; // ISO 3166 region, upper case, or an ISO 15924 script
+    std::string_view Sublanguage; // ISO 3166 region or ISO 15924 script, upper case
     std::uint16_t LangId;         // the number of the pair: region << 10 | language
 };
 

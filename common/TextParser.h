@@ -59,15 +59,14 @@ public:
     explicit TZnTextParser(std::string_view AText) : FText(AText) {}
 
     /// ALength bytes in code page ACodePage. They need no alignment.
-    TZnTextParser(const void* AData, std::size_t ALength, std::uint16_t ACodePage);
+    TZnTextParser(const void* AData, std::size_t ALength, std::uint32_t ACodePage);
 
-    /// The whole of a stream that stays the caller's and may go once this returns.
-    TZnTextParser(TStream& AStream, std::uint16_t ACodePage);
+    /// The whole of a stream that stays the caller's and may go as soon as this returns.
+    TZnTextParser(TStream& AStream, std::uint32_t ACodePage);
 
-    /// The whole of a stream that goes with the parser.
-    TZnTextParser(std::unique_ptr<TStream> AStream, std::uint16_t ACodePage);
+    /// The whole of a stream that is freed once it is read.
+    TZnTextParser(std::unique_ptr<TStream> AStream, std::uint32_t ACodePage);
 
-    ~TZnTextParser();
     TZnTextParser(const TZnTextParser&) = delete;
     TZnTextParser& operator=(const TZnTextParser&) = delete;
 
@@ -111,10 +110,10 @@ public:
     void SkipBlanks() { SkipWhile(poEqual, U' '); }
 
     /// Puts mark AMark (tpMark1 to tpMark3) at the current character.
-    void SetMark(TZnTextPosition AMark) { MarkAt(AMark) = FPosition; }
+    void SetMark(TZnTextPosition AMark) { FMarks[MarkIndex(AMark)] = FPosition; }
 
     /// Takes the mark away; Selected asserts that the marks it is given are set.
-    void ClearMark(TZnTextPosition AMark) { MarkAt(AMark) = cUnset; }
+    void ClearMark(TZnTextPosition AMark) { FMarks[MarkIndex(AMark)] = cUnset; }
 
     /// The text from AFrom up to, not including, the character at ATo. Empty when ATo comes first.
     std::string_view Selected(TZnTextPosition AFrom, TZnTextPosition ATo) const;
@@ -131,7 +130,7 @@ public:
 private:
     static constexpr std::size_t cUnset = static_cast<std::size_t>(-1);
 
-    void Load(TStream& AStream, std::uint16_t ACodePage);
+    void Load(TStream& AStream, std::uint32_t ACodePage);
     char CurrentByte() const
     {
         if (FPosition >= FText.size()) {
@@ -142,10 +141,9 @@ private:
     [[noreturn]] static void RaiseEof();
     char32_t DecodeCurrent() const;
     std::size_t CurrentLength() const;
-    std::size_t& MarkAt(TZnTextPosition AMark);
+    static std::size_t MarkIndex(TZnTextPosition AMark);
     std::size_t PositionOf(TZnTextPosition APosition) const;
 
-    std::unique_ptr<TStream> FStream;
     std::string FOwned; // the text, when the source isn't borrowed
     std::string_view FText;
     std::size_t FPosition = 0;
