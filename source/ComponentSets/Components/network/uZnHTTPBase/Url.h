@@ -39,4 +39,4 @@ TZnURLData ZnDecodeURL(const std::string& AURL);
 
 /// The same over ALength bytes in a code page, 1200 for UTF-16. ALength is at least 1 (asserted);
 /// the bytes need no alignment. URL becomes the whole text in UTF-8.
-TZnURLData ZnDecodeURL(const void* AData, int ALength, std::uint16_t ACodePage);
+TZnURLData ZnDecodeURL(const void* AData, int ALength, std::uint32_t ACodePage);
