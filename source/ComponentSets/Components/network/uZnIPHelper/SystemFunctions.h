@@ -1,6 +1,34 @@
 #pragma once
 
+#include "platform/iphelper/Functions.h"
+
 /// Starts the socket layer and looks up the system's address functions. Every operation that needs
 /// them calls it first; after the first success it costs one load. Raises Exception where the
-/// socket layer or one of the libraries isn't there, and tries again at the next call. Any thread.
+/// socket layer or one of the libraries isn't there, and goes on from there at the next call. Any
+/// thread.
 void InitializeWinsock();
+
+namespace Zn
+{
+
+/// What InitializeWinsock found. A function that its library lacks stays nullptr.
+struct TSystemFunctions
+{
+    TGetAddrInfoW GetAddrInfoW = nullptr;
+    TFreeaddrinfo FreeAddrInfo = nullptr;
+    TRtlIpv4AddressToStringW RtlIpv4AddressToStringW = nullptr;
+    TRtlIpv6AddressToStringW RtlIpv6AddressToStringW = nullptr;
+    TRtlIpv4StringToAddressW RtlIpv4StringToAddressW = nullptr;
+    TRtlIpv6StringToAddressW RtlIpv6StringToAddressW = nullptr;
+    // The echo functions of Iphlpapi.dll and Icmp.dll come here with the ping.
+    TConvertLengthToIpv4Mask ConvertLengthToIpv4Mask = nullptr;
+};
+
+/// Behind InitializeWinsock, from any thread.
+const TSystemFunctions& SystemFunctions();
+
+/// Gives the libraries back and forgets the functions; runs at the end of the program. No other
+/// operation of the unit may run meanwhile. The next InitializeWinsock starts anew.
+void FinalizeWinsock();
+
+} // namespace Zn

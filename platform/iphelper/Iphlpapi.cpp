@@ -1,0 +1,29 @@
+#include <arpa/inet.h>
+
+#include "platform/errors/Errors.h"
+#include "platform/iphelper/Exports.h"
+#include "platform/iphelper/Functions.h"
+
+namespace
+{
+
+std::uint32_t ConvertLengthToIpv4Mask(std::uint32_t ALength, std::uint32_t* AMask)
+{
+    if (ALength > 32) {
+        *AMask = INADDR_NONE;
+        return ERROR_INVALID_PARAMETER;
+    }
+    *AMask = ALength == 0 ? 0 : htonl(0xFFFFFFFFu << (32 - ALength));
+    return NO_ERROR;
+}
+
+} // namespace
+
+std::span<const TZnExport> IphlpapiExports()
+{
+    static const TZnExport Exports[] = {
+        {"ConvertLengthToIpv4Mask",
+         reinterpret_cast<void*>(TConvertLengthToIpv4Mask(ConvertLengthToIpv4Mask))},
+    };
+    return Exports;
+}

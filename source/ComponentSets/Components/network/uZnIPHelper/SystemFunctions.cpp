@@ -1,0 +1,120 @@
+#include "uZnIPHelper/SystemFunctions.h"
+
+#include <atomic>
+#include <mutex>
+#include <string>
+
+#include "common/Exceptions.h"
+#include "common/ThreadAnnotations.h"
+#include "platform/iphelper/Winsock.h"
+#include "platform/loader/Loader.h"
+
+namespace
+{
+
+constexpr std::uint16_t cWinsockVersion = 0x0202;
+
+/// The libraries of the unit, what was found in them, and how far starting came.
+class TSystemLibraries
+{
+public:
+    ~TSystemLibraries() { Stop(); }
+
+    void Start()
+    {
+        if (FReady.load(std::memory_order_acquire)) // reads what the store below wrote
+            return;
+        const std::lock_guard Guard(FMutex);
+        if (FReady.load(std::memory_order_relaxed))
+            return;
+        StartSockets();
+        if (Open(FWs2_32, "ws2_32")) {
+            Find(FWs2_32, "GetAddrInfoW", FFunctions.GetAddrInfoW);
+            Find(FWs2_32, "freeaddrinfo", FFunctions.FreeAddrInfo);
+        }
+        if (Open(FNtdll, "Ntdll")) {
+            Find(FNtdll, "RtlIpv4AddressToStringW", FFunctions.RtlIpv4AddressToStringW);
+            Find(FNtdll, "RtlIpv6AddressToStringW", FFunctions.RtlIpv6AddressToStringW);
+            Find(FNtdll, "RtlIpv4StringToAddressW", FFunctions.RtlIpv4StringToAddressW);
+            Find(FNtdll, "RtlIpv6StringToAddressW", FFunctions.RtlIpv6StringToAddressW);
+        }
+        if (Open(FIphlpapi, "Iphlpapi")) {
+            // The echo functions are looked up here; what is missing comes from Icmp.dll.
+            Find(FIphlpapi, "ConvertLengthToIpv4Mask", FFunctions.ConvertLengthToIpv4Mask);
+        }
+        FReady.store(true, std::memory_order_release);
+    }
+
+    void Stop()
+    {
+        const std::lock_guard Guard(FMutex);
+        FReady.store(false, std::memory_order_relaxed);
+        if (FSocketsStarted)
+            WSACleanup();
+        FSocketsStarted = false;
+        FFunctions = {};
+        for (THandle* const Library : {&FNtdll, &FWs2_32, &FIphlpapi}) {
+            if (*Library != 0)
+                FreeLibrary(*Library);
+            *Library = 0;
+        }
+    }
+
+    const Zn::TSystemFunctions& Functions() const { return FFunctions; }
+
+private:
+    void StartSockets()
+    {
+        if (!FSocketsStarted && WSAStartup(cWinsockVersion) != 0)
+            throw Exception("Failed to initialize Winsock!");
+        FSocketsStarted = true;
+    }
+
+    /// True when the library was opened now, so that its functions are still to be found.
+    static bool Open(THandle& ALibrary, const std::string& AName)
+    {
+        if (ALibrary != 0)
+            return false;
+        ALibrary = LoadLibrary(AName + ".dll");
+        if (ALibrary == 0)
+            throw Exception("Failed to load the " + AName + " dll!");
+        return true;
+    }
+
+    template <typename T>
+    static void Find(THandle ALibrary, const char* AName, T& AFunction)
+    {
+        AFunction = reinterpret_cast<T>(GetProcAddress(ALibrary, AName));
+    }
+
+    std::mutex FMutex; // one thread starts or stops; users of FFunctions are behind FReady
+    std::atomic<bool> FReady{false};
+    bool FSocketsStarted = false;
+    THandle FWs2_32 = 0;
+    THandle FNtdll = 0;
+    THandle FIphlpapi = 0;
+    Zn::TSystemFunctions FFunctions;
+};
+
+TSystemLibraries& Libraries()
+{
+    static TSystemLibraries Instance;
+    return Instance;
+}
+
+} // namespace
+
+void InitializeWinsock()
+{
+    Libraries().Start();
+}
+
+const Zn::TSystemFunctions& Zn::SystemFunctions()
+{
+    return Libraries().Functions();
+}
+
+void Zn::FinalizeWinsock()
+{
+    Libraries().Stop();
+}
