@@ -21,27 +21,41 @@ void SendBody(TZnHTTPServerResponse& AResponse, const TSite::TBody& ABody)
     }
 }
 
+void SendFile(TZnHTTPServerResponse& AResponse, const std::string& APath)
+{
+    AResponse.SetContentType(std::string(cBytes));
+    AResponse.SetResponseFileName(APath);
+}
+
+void SendEcho(TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse)
+{
+    std::shared_ptr<IZnBodyContent> body;
+    AResponse.SetContentType(std::string(cBytes));
+    if (ARequest.GetBody(body))
+        AResponse.SetResponseStream(body->AsStream(true)); // the request holds it until the answer is out
+}
+
+void SendUploadSize(TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse)
+{
+    std::shared_ptr<IZnBodyContent> body;
+    const std::int64_t size = ARequest.GetBody(body) ? body->GetSize() : 0;
+    AResponse.SetContentType(std::string(cText));
+    AResponse.SetResponseText(std::to_string(size));
+}
+
 void Answer(const TSite& ASite, TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse)
 {
     const std::string& target = ARequest.UrlData.FilePath;
-    if (const TSite::TBody* const body = ASite.Find(target)) {
+    if (const TSite::TBody* const body = ASite.Find(target))
         SendBody(AResponse, *body);
-    } else if (const std::string file = ASite.FileFor(target); !file.empty()) {
-        AResponse.SetContentType(std::string(cBytes));
-        AResponse.SetResponseFileName(file);
-    } else if (target == "/echo") {
-        std::shared_ptr<IZnBodyContent> body;
-        AResponse.SetContentType(std::string(cBytes));
-        if (ARequest.GetBody(body))
-            AResponse.SetResponseStream(body->AsStream(true)); // the request holds it until the answer is out
-    } else if (target == "/upload") {
-        std::shared_ptr<IZnBodyContent> body;
-        const std::int64_t size = ARequest.GetBody(body) ? body->GetSize() : 0;
-        AResponse.SetContentType(std::string(cText));
-        AResponse.SetResponseText(std::to_string(size));
-    } else {
-        throw EZnHTTPException("no such target", 404);
-    }
+    else if (const std::string file = ASite.FileFor(target); !file.empty())
+        SendFile(AResponse, file);
+    else if (target == "/echo")
+        SendEcho(ARequest, AResponse);
+    else if (target == "/upload")
+        SendUploadSize(ARequest, AResponse);
+    else
+        throw EZnHTTPException("There is no such target.", 404);
 }
 
 } // namespace
