@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "common/Thread.h"
 #include "uZnHTTPServer/ReceivedRequest.h"
 
@@ -25,4 +27,5 @@ private:
 
     TZnCustomHTTPServer& FHTTPServer;
     const THandle FReqQueue;
+    const std::string FQueueName;
 };

@@ -20,11 +20,11 @@ public:
         : FHandle(std::exchange(AOther.FHandle, 0)), FOwned(AOther.FOwned)
     {
     }
-    RequestQueueHandle& operator=(RequestQueueHandle&& AOther) noexcept
+    RequestQueueHandle& operator=(RequestQueueHandle AOther) noexcept
     {
         std::swap(FHandle, AOther.FHandle);
         std::swap(FOwned, AOther.FOwned);
-        return *this;
+        return *this; // AOther closes what stood here
     }
     ~RequestQueueHandle();
 
@@ -62,6 +62,8 @@ public:
     void SetAnswered() { FAnswered = true; }
 
 private:
+    void Finish() noexcept;
+
     RequestQueueHandle FQueue; // outlives the buffer
     RequestBuffer FBuffer;
     bool FAnswered = false;

@@ -126,11 +126,14 @@ private:
 
     // Life cycle (Server.cpp)
     void Initialize();
-    void Finalize();
-    void OpenQueueV1();
+    void OpenQueueV1(TZnHTTPServerSSLModes& AModes);
+    void OpenUrlGroup(TZnHTTPServerSSLModes& AModes);
     void OpenQueueV2();
-    void NoteSSLMode(const TZnURLData& AUrl, TZnHTTPServerSSLModes& AModes);
+    template <class TAddUrl>
+    void AddBindings(TZnHTTPServerSSLModes& AModes, TAddUrl AAddUrl);
     std::string ReqQueueName() const { return GetName() + "ReqQueue"; }
+    void StartThreads();
+    void Finalize();
     void RemoveUrls();
     void CloseUrlGroup();
     void CloseReqQueue();
@@ -140,14 +143,14 @@ private:
     void AnswerExhausted(Zn::ReceivedRequest& ARequest);
 
     // Steps of DoOnResponse (ResponsePipeline.cpp)
-    bool PrepareRequest(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerRequest& ARequest,
-                        TZnHTTPServerResponse& AResponse);
-    void FillRequest(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerRequest& ARequest);
+    bool Prepare(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerRequest& ARequest,
+                 TZnHTTPServerResponse& AResponse);
+    static void FillRequest(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerRequest& ARequest);
     void AddStandingHeaders(TZnHTTPServerResponse& AResponse);
-    void RunAuthenticationStage(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerRequest& ARequest,
+    bool RunAuthenticationStage(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerRequest& ARequest,
                                 TZnHTTPServerResponse& AResponse);
-    void RunHandler(const TZnHTTPServerOnResponse& AOnResponse, TZnHTTPServerRequest& ARequest,
-                    TZnHTTPServerResponse& AResponse);
+    void RunHandler(TZnHTTPServerResponseThread& AResponseThread, const TZnHTTPServerOnResponse& AOnResponse,
+                    TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse);
 
     std::atomic<bool> FAcceptRequests{true}; // any thread; guards no other data
     THandle FReqQueue = 0;                   // not 0: active

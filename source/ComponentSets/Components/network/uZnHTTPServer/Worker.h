@@ -39,6 +39,9 @@ public:
     /// Wakes the worker, also out of WaitForEvents.
     void Terminate() override;
 
+    /// Whether the calling thread is a worker of AHTTPServer.
+    static bool IsWorkerOf(const TZnCustomHTTPServer& AHTTPServer);
+
     /// The service's record of the request in hand.
     PHTTP_REQUEST GetHTTP_REQUEST() const { return FHTTP_REQUEST.Get(); }
     THandle GetReqQueue() const { return FHTTP_REQUEST.ReqQueue(); }
@@ -69,6 +72,11 @@ public:
     std::uint32_t SendHttpResponseEntityBody(std::uint32_t AFlags, std::uint16_t AChunkCount,
                                              const THTTP_DATA_CHUNK* AChunks, std::uint32_t& BytesSent);
 
+    /// What has been sent for the request in hand: the status, 0 before it, and the bytes on the wire,
+    /// head included. For logs.
+    std::uint16_t GetSentStatus() const { return FSentStatus; }
+    std::uint64_t GetSentBytes() const { return FSentBytes; }
+
 protected:
     void Execute() override;
 
@@ -77,7 +85,6 @@ private:
     void ServeRequest() ZN_REQUIRES(FLock);
     void Cleanup();
     void NoteSent(std::uint32_t AStatus, std::uint32_t AFlags);
-    void ParseCookies(const TZnURLData& AUrlData);
 
     using TCookies = std::unordered_map<std::string, TZnHTTPCookie>;
 
@@ -86,8 +93,11 @@ private:
     TSimpleEvent FTerminateEvent;
     TSimpleEvent FIdleEvent;
     Zn::ReceivedRequest FHTTP_REQUEST; // written while the worker sleeps; FIdleEvent passes it on
+    std::uint16_t FSentStatus = 0;
+    std::uint64_t FSentBytes = 0;
     OVERLAPPED FDisconnectOverlapped{};
     TSimpleEvent FDisconnectEvent;
+    bool FDisconnectArmed = false; // FDisconnectEvent may have been set by the request before
     std::shared_ptr<IZnBodyContent> FBody;
     bool FCookiesParsed = false; // FCookies holds the cookies of the request in hand
     TZnThreadSafeType<TCookies> FCookies;

@@ -24,7 +24,7 @@ class WorkerPool
 public:
     enum class Outcome { HandedOver, Exhausted, Closed };
 
-    explicit WorkerPool(TZnCustomHTTPServer& AHTTPServer) : FHTTPServer(AHTTPServer) {}
+    explicit WorkerPool(TZnCustomHTTPServer& AHTTPServer);
     ~WorkerPool();
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;

@@ -1,0 +1,164 @@
+// The life of one request on a worker, from the hand-over to the last byte of the answer.
+
+#include <optional>
+
+#include "common/Text.h"
+#include "uZnHTTPServer/CurrentExchange.h"
+#include "uZnHTTPServer/ErrorPages.h"
+#include "uZnHTTPServer/Failures.h"
+#include "uZnHTTPServer/ResponseSender.h"
+#include "uZnHTTPServer/Server.h"
+#include "uZnHTTPServer/Worker.h"
+#include "uZnIPHelper.h"
+
+namespace
+{
+
+constexpr std::uint16_t cCodePageUTF16 = 1200;
+
+/// Nobody is left to answer: nothing is sent.
+void AnswerNobody(TZnHTTPServerResponse& AResponse, const EZnHTTPConnection& AException)
+{
+    AResponse.SetStatusCode(AException.GetErrorCode());
+    AResponse.SetContentType({});
+}
+
+void AnswerWithStatus(TZnHTTPServerResponse& AResponse, std::string_view AAccept,
+                      const EZnHTTPException& AException)
+{
+    const int Code = AException.GetErrorCode();
+    Zn::AnswerWithErrorPage(AResponse, Code,
+                            Zn::MakeErrorPage(AAccept, Zn::NumberedErrorText(Code, AException.Message())));
+}
+
+void AnswerWithFailure(TZnHTTPServerResponse& AResponse, std::string_view AAccept, const std::string& AText)
+{
+    Zn::AnswerWithErrorPage(AResponse, 500, Zn::MakeErrorPage(AAccept, AText));
+}
+
+} // namespace
+
+void TZnCustomHTTPServer::DoOnResponseRaw(TZnHTTPServerResponseThread& AResponseThread)
+{
+    if (FOnResponseRaw)
+        FOnResponseRaw(*this, AResponseThread);
+    else if (FOnResponse)
+        DoOnResponse(AResponseThread, FOnResponse);
+}
+
+void TZnCustomHTTPServer::DoOnResponse(TZnHTTPServerResponseThread& AResponseThread,
+                                       const TZnHTTPServerOnResponse& AOnResponse)
+{
+    // What goes first at the end stands last: the response leaves the thread before it is freed, and its
+    // file is closed before the lock on it goes.
+    TZnHTTPServerRequest Request;
+    const Zn::CurrentRequest ThisRequest(&Request);
+    std::optional<TZnReadGuard> FileLock;
+    const std::unique_ptr<TZnHTTPServerResponse> Response = FResponseClass(*this, &Request);
+    const Zn::CurrentResponse ThisResponse(Response.get());
+
+    if (Prepare(AResponseThread, Request, *Response))
+        RunHandler(AResponseThread, AOnResponse, Request, *Response);
+
+    // From here on nothing is guarded: what is raised costs the client its connection.
+    Zn::ResponseSender Sender(AResponseThread, Request, *Response);
+    if (Response->GetStatusCode() < 0) {
+        Sender.SendFailure();
+        return;
+    }
+    if (Response->GetResponseType() == rtFile)
+        FileLock.emplace(FFileSystemLock);
+    // Server-side includes join here: they replace the file by a stream, ahead of coding and ranges.
+    if (Response->GetContentType().empty() || AResponseThread.GetTerminated())
+        return;
+    Sender.Send();
+}
+
+/// Fills the record and finds out who asks. True when the handler is to be called, false when the
+/// response is complete.
+bool TZnCustomHTTPServer::Prepare(TZnHTTPServerResponseThread& AResponseThread,
+                                  TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse)
+{
+    try {
+        FillRequest(AResponseThread, ARequest);
+        AddStandingHeaders(AResponse);
+        return RunAuthenticationStage(AResponseThread, ARequest, AResponse);
+    } catch (const EZnHTTPConnection& E) {
+        AnswerNobody(AResponse, E);
+    } catch (const EZnHTTPException& E) {
+        AnswerWithStatus(AResponse, AResponseThread.GetHeaderView(HttpHeaderAccept), E);
+    }
+    return false;
+}
+
+void TZnCustomHTTPServer::FillRequest(TZnHTTPServerResponseThread& AResponseThread,
+                                      TZnHTTPServerRequest& ARequest)
+{
+    TZnHTTPServerResponseThread* const Worker = &AResponseThread;
+    const PHTTP_REQUEST Record = Worker->GetHTTP_REQUEST();
+    ARequest.HTTP_REQUEST = Record;
+    ARequest.HttpVerb = Record->Verb;
+    ARequest.UrlData =
+        ZnDecodeURL(Record->CookedUrl.pFullUrl, Record->CookedUrl.FullUrlLength, cCodePageUTF16);
+    ARequest.Secure = SameText(ARequest.UrlData.Scheme, "https");
+    ARequest.RemoteIp = ZnIPAddrToStr(Record->Address.pRemoteAddress);
+
+    // Each captures one pointer, which std::function holds without an allocation.
+    ARequest.GetBody = [Worker](std::shared_ptr<IZnBodyContent>& Body) { return Worker->GetBody(Body); };
+    ARequest.GetKnownHeaderValue = [Worker](THTTP_HEADER_ID AHeader) {
+        return Worker->GetHeaderValue(AHeader);
+    };
+    ARequest.GetUnknownHeaderValue = [Worker](const std::string& AHeader) {
+        return Worker->GetHeaderValue(AHeader);
+    };
+    ARequest.GetUnknownHeaderValueEx = [Worker](std::uint16_t AHeaderIdx, std::string& AHeader) {
+        return Worker->GetUnknownHeaderValue(AHeaderIdx, AHeader);
+    };
+    ARequest.GetCookie = [Worker](const TZnURLData& AUrlData, const std::string& AName, std::string& AValue) {
+        return Worker->GetCookie(AUrlData, AName, AValue);
+    };
+    ARequest.WaitForEvents = [Worker](std::int32_t ATimeOut, std::span<const THandle> AHandles) {
+        return Worker->WaitForEvents(ATimeOut, AHandles);
+    };
+
+    // Servers on one host share its cookies; the port keeps theirs apart.
+    if (ARequest.UrlData.Port != 80 && ARequest.UrlData.Port != 443)
+        ARequest.AuthTokenName += "-" + std::to_string(ARequest.UrlData.Port);
+}
+
+void TZnCustomHTTPServer::AddStandingHeaders(TZnHTTPServerResponse& AResponse)
+{
+    if (FSSLModes.Contains(ssmDefaultSSL))
+        AResponse.AddUnknownHeader("Strict-Transport-Security", "max-age=31536000; includeSubDomains");
+    TZnLockGuard Guard(FCSPDirectivesLock);
+    for (const std::string& Directive : FCSPDirectives)
+        AResponse.AddUnknownHeader("Content-Security-Policy", Directive);
+}
+
+/// Finds out who asks: Authorization field, token cookie, OpenID Connect post join here, in this order. Each
+/// may complete the response (a redirect, a refusal) and so keep the handler out. Until then every caller is
+/// anonymous and the handler runs.
+bool TZnCustomHTTPServer::RunAuthenticationStage(TZnHTTPServerResponseThread&, TZnHTTPServerRequest&,
+                                                 TZnHTTPServerResponse&)
+{
+    return true;
+}
+
+void TZnCustomHTTPServer::RunHandler(TZnHTTPServerResponseThread& AResponseThread,
+                                     const TZnHTTPServerOnResponse& AOnResponse,
+                                     TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse)
+{
+    const auto Accept = [&] { return AResponseThread.GetHeaderView(HttpHeaderAccept); };
+    try {
+        AOnResponse(*this, &ARequest, AResponse);
+    } catch (const EZnHTTPConnection& E) {
+        AnswerNobody(AResponse, E);
+        // A refused caller's challenge or redirect joins here, ahead of the plain status.
+    } catch (const EZnHTTPException& E) {
+        AnswerWithStatus(AResponse, Accept(), E);
+    } catch (const std::exception& E) {
+        AnswerWithFailure(AResponse, Accept(), Zn::ExceptionText(E));
+    } catch (...) {
+        AnswerWithFailure(AResponse, Accept(), "unknown exception");
+    }
+}
