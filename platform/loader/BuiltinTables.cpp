@@ -1,14 +1,10 @@
 #include "platform/loader/BuiltinTables.h"
 
-#include "platform/iphelper/Exports.h"
-
-#if __has_include("platform/httpapi/Exports.h")
 #include "platform/httpapi/Exports.h"
-#endif
+#include "platform/iphelper/Exports.h"
 
 std::span<const Zn::BuiltinTable> Zn::BuiltinTables()
 {
-#if __has_include("platform/httpapi/Exports.h")
     static constexpr BuiltinTable cTables[] = {
         {"Httpapi.dll", HttpapiExports},
         {"Iphlpapi.dll", IphlpapiExports},
@@ -16,7 +12,4 @@ std::span<const Zn::BuiltinTable> Zn::BuiltinTables()
         {"ws2_32.dll", Ws2_32Exports},
     };
     return cTables;
-#else
-    return {};
-#endif
 }
