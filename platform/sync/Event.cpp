@@ -95,8 +95,10 @@ void TZnKernelEvent::Reset()
 {
     std::uint32_t State = FState.load(std::memory_order_relaxed);
     while (State & cSet) {
-        if (State & cHasFd)
-            return ResetWithFd();
+        if (State & cHasFd) {
+            ResetWithFd();
+            return;
+        }
         if (FState.compare_exchange_weak(State, State & ~cSet))
             return;
     }

@@ -51,8 +51,8 @@ private:
 
     Slot* SlotAt(std::uint32_t AIndex)
     {
-        auto* Chunk = FChunks[AIndex / cChunkSize].load(std::memory_order_acquire);
-        return Chunk ? &(*Chunk)[AIndex % cChunkSize] : nullptr;
+        Chunk* Place = FChunks[AIndex / cChunkSize].load(std::memory_order_acquire);
+        return Place ? &(*Place)[AIndex % cChunkSize] : nullptr;
     }
     std::uint32_t TakeFreeSlot();
 
@@ -96,20 +96,20 @@ THandle HandleTable::Insert(std::shared_ptr<KernelObject> AObject)
         SetLastError(ERROR_NO_SYSTEM_RESOURCES);
         return 0;
     }
-    Slot* Slot = SlotAt(Index);
-    Zn::MutexLock Lock(Slot->Mutex);
-    Slot->Use = (Slot->Use + 1) % cUseCount;
-    Slot->Object = std::move(AObject);
-    return static_cast<THandle>(Slot->Use) << cUseShift | Index << 2;
+    Slot* Place = SlotAt(Index);
+    Zn::MutexLock Lock(Place->Mutex);
+    Place->Use = (Place->Use + 1) % cUseCount;
+    Place->Object = std::move(AObject);
+    return static_cast<THandle>(Place->Use) << cUseShift | Index << 2;
 }
 
 std::shared_ptr<KernelObject> HandleTable::Lookup(THandle AHandle)
 {
     if ((AHandle & 3) == 0 && AHandle <= UINT32_MAX) {
-        if (Slot* Slot = SlotAt(IndexOf(AHandle))) {
-            Zn::MutexLock Lock(Slot->Mutex);
-            if (Slot->Use == UseOf(AHandle) && Slot->Object)
-                return Slot->Object;
+        if (Slot* Place = SlotAt(IndexOf(AHandle))) {
+            Zn::MutexLock Lock(Place->Mutex);
+            if (Place->Use == UseOf(AHandle) && Place->Object)
+                return Place->Object;
         }
     }
     SetLastError(ERROR_INVALID_HANDLE);
@@ -120,10 +120,10 @@ std::shared_ptr<KernelObject> HandleTable::Remove(THandle AHandle)
 {
     std::shared_ptr<KernelObject> Object;
     if ((AHandle & 3) == 0 && AHandle <= UINT32_MAX) {
-        if (Slot* Slot = SlotAt(IndexOf(AHandle))) {
-            Zn::MutexLock Lock(Slot->Mutex);
-            if (Slot->Use == UseOf(AHandle))
-                Object = std::move(Slot->Object);
+        if (Slot* Place = SlotAt(IndexOf(AHandle))) {
+            Zn::MutexLock Lock(Place->Mutex);
+            if (Place->Use == UseOf(AHandle))
+                Object = std::move(Place->Object);
         }
     }
     if (!Object) {
