@@ -20,7 +20,7 @@ struct TAccessRecord
     bool HasQuery =
         false;      // a query may carry passwords and tokens: that there was one is told, not what it said
     int Status = 0; // 0: nothing was sent
-    std::uint64_t Bytes = 0; // of content
+    std::uint64_t Bytes = 0; // on the wire, header section included
     std::chrono::microseconds Duration{};
 };
 

@@ -109,6 +109,7 @@ void SelectRange(TExchange& AExchange, const TSiteEntry& AFile, const TValidator
             Response.AddUnknownHeader("Accept-Ranges", "bytes");
             Response.AddUnknownHeader("Content-Range", "bytes " + First + "-" + Last + Total);
         } else {
+            Response.SetStatusDescription(HttpStatusMsg(206));
             AExchange.ReplaceRange("bytes=" + First + "-" + Last);
         }
     }
