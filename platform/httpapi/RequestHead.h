@@ -63,6 +63,8 @@ class RequestHeadParser
 {
 public:
     explicit RequestHeadParser(HeadLimits ALimits = {}) : FLimits(ALimits) {}
+    RequestHeadParser(RequestHeadParser&&) = default; // a copy's Head() would show the other's fields
+    RequestHeadParser& operator=(RequestHeadParser&&) = default;
 
     HeadResult Parse(std::string_view ABytes);
 
