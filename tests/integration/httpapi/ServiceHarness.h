@@ -3,6 +3,7 @@
 // The HTTP service with one queue and a thread that receives, for tests that stand where the server unit
 // stands.
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <thread>
@@ -36,7 +37,9 @@ public:
         : Port(FreePort()), FHandler(std::move(AHandler)), FBufferLength(ABufferLength)
     {
         EXPECT_EQ(HttpInitialize(HTTPAPI_VERSION_1, HTTP_INITIALIZE_SERVER, nullptr), NO_ERROR);
-        EXPECT_EQ(HttpCreateHttpHandle(&Queue, 0), NO_ERROR);
+        THandle New = 0;
+        EXPECT_EQ(HttpCreateHttpHandle(&New, 0), NO_ERROR);
+        Queue = New;
         EXPECT_EQ(HttpAddUrl(Queue, Url("/").c_str(), nullptr), NO_ERROR);
         if (FHandler)
             FThread = std::thread([this] { Loop(); });
@@ -55,9 +58,8 @@ public:
 
     void CloseQueue()
     {
-        if (Queue != 0)
-            CloseHandle(Queue);
-        Queue = 0;
+        if (const THandle Open = Queue.exchange(0); Open != 0)
+            CloseHandle(Open);
     }
     std::string Url(const std::string& APath) const
     {
@@ -103,7 +105,7 @@ public:
         return Body;
     }
 
-    THandle Queue = 0;
+    std::atomic<THandle> Queue{0};
     const std::uint16_t Port;
 
 private:

@@ -1,6 +1,6 @@
 #include "platform/httpapi/Httpapi.h"
 
-#include <algorithm>
+#include <atomic>
 #include <cstdio>
 
 #include "platform/sync/Event.h"
@@ -202,7 +202,7 @@ TEST(Service, SendsFilesByRangeBesideMemory)
 
 TEST(Service, RefusesHeadersThatWouldAddLines)
 {
-    std::uint32_t Result = NO_ERROR;
+    std::atomic<std::uint32_t> Result{NO_ERROR};
     TestService Service([&](TestService& AService, const THTTP_REQUEST& ARequest) {
         Result = AService.SendHead(ARequest, 302, 0, {}, "/next\r\nSet-Cookie: stolen=1");
         ZnHttpDropRequest(AService.Queue, ARequest.RequestId);
