@@ -24,7 +24,7 @@ nav span{margin:0 .45em;opacity:.6}
 h1{margin:.1rem 0 .1rem;font-size:1.9rem;line-height:1.25;letter-spacing:-.015em;overflow-wrap:anywhere}
 .sum{margin:0 0 1.4rem;color:var(--dim);font-size:.95rem}
 table{width:100%;border-collapse:separate;border-spacing:0;background:var(--card);border:1px solid var(--line);border-radius:12px;overflow:hidden}
-th{padding:.6rem 1rem;text-align:left;font-size:.8rem;font-weight:600;color:var(--dim);border-bottom:1px solid var(--line)}
+th{padding:.6rem 1rem;text-align:left;font-size:.85rem;font-weight:600;color:var(--dim);border-bottom:1px solid var(--line)}
 th a{color:inherit}
 th[aria-sort] a{color:var(--text)}
 td{padding:0;border-bottom:1px solid var(--line);vertical-align:middle}
@@ -35,9 +35,9 @@ svg{flex:none;width:1.25rem;height:1.25rem;color:var(--dim)}
 .icons{position:absolute;width:0;height:0}
 .folder svg{color:var(--folder)}
 .folder a{font-weight:600}
-.size,.date{width:1%;white-space:nowrap;color:var(--dim);font-size:.9rem;font-variant-numeric:tabular-nums}
-td.size,td.date{padding:.5rem 1rem}
-.size{text-align:right}
+.size,.date{width:1%;white-space:nowrap}
+td.size,td.date{padding:.5rem 1rem;color:var(--dim);font-size:.9rem;font-variant-numeric:tabular-nums}
+th.size,td.size{text-align:right}
 .empty{padding:2rem 1rem;text-align:center;color:var(--dim)}
 @media (max-width:34rem){.date{display:none}main{padding-top:1.5rem}}
 )css";

@@ -45,11 +45,15 @@ std::string ExplainStart(const EZnException& AError, const std::vector<std::stri
         Urls += (Urls.empty() ? "" : ", ") + Binding;
     switch (AError.GetErrorCode()) {
     case ERROR_SHARING_VIOLATION:
+    case WSAEADDRINUSE:
         return "cannot listen at " + Urls + ": the port is taken by another program. " +
                "Choose another one, such as --bind http://localhost:8081/";
     case ERROR_ACCESS_DENIED:
+    case WSAEACCES:
         return "cannot listen at " + Urls +
                ": this user may not open the port. Ports from 1024 on need no rights";
+    case WSAEADDRNOTAVAIL:
+        return "cannot listen at " + Urls + ": this computer has no such address";
     case ERROR_ALREADY_EXISTS:
         return "cannot listen at " + Urls + ": one of them is given twice";
     default:
