@@ -112,7 +112,7 @@ std::int8_t RequestHeaderId(std::string_view AName)
     const std::int8_t Id = Slots[NameHash(AName)];
     if (Id < 0)
         return -1;
-    const std::string_view Known = RequestNames[static_cast<std::size_t>(Id)];
+    const std::string_view Known = RequestNames[static_cast<std::uint8_t>(Id)];
     if (Known.size() != AName.size())
         return -1;
     // Setting the bit takes no other token character to a letter, a digit or "-".
