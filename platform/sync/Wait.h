@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/errors/Errors.h" // WAIT_TIMEOUT
 #include "platform/sync/Deadline.h"
 #include "platform/sync/Handle.h"
 
