@@ -78,41 +78,45 @@ std::string TagWithSuffix(std::string ATag, std::string_view ASuffix)
     return ATag;
 }
 
-/// Sends the part that Range asks for, if it asks for one.
-void SelectRange(TExchange& AExchange, const TSiteEntry& AFile, const TValidators& AValidators)
+/// The range to serve of a file, if any. Raises EZnHTTPException 416, with the length in Content-Range.
+TRangeRequest RangeOf(const TExchange& AExchange, const TSiteEntry& AFile, const TValidators& AValidators)
+{
+    // What the client has of an older file is of no use to it: it gets all of the new one.
+    if (AExchange.Request.HttpVerb != HttpVerbGET ||
+        !IfRangeMatches(AExchange.Header(HttpHeaderIfRange), AValidators))
+        return {};
+    const TRangeRequest Range = ResolveRange(AExchange.Header(HttpHeaderRange), AFile.Size);
+    if (Range.Kind == TRangeRequest::TKind::Unsatisfiable) {
+        AExchange.Response.AddUnknownHeader("Content-Range", "bytes */" + std::to_string(AFile.Size));
+        throw EZnHTTPException("The file ends before the range begins.", 416);
+    }
+    return Range;
+}
+
+/// Answers with the file, or with the part ARange of it.
+void SendContent(TExchange& AExchange, TSiteEntry AFile, const TRangeRequest& ARange)
 {
     TZnHTTPServerResponse& Response = AExchange.Response;
-    const std::string Field = AExchange.Header(HttpHeaderRange);
-    Response.SetPartialContent(true);
-    if (Field.empty() || AExchange.Request.HttpVerb != HttpVerbGET)
-        return;
-    if (!IfRangeMatches(AExchange.Header(HttpHeaderIfRange), AValidators)) {
-        Response.SetPartialContent(false); // what the client has is old: it gets all of the new file
-        return;
+    const std::string First = std::to_string(ARange.First), Last = std::to_string(ARange.Last);
+    if (AFile.Size == 0)
+        return; // the response holds an empty text already
+    const bool Part = ARange.Kind == TRangeRequest::TKind::Part;
+    if (Part)
+        Response.SetStatusDescription(HttpStatusMsg(206));
+    if (Part && ARange.First == ARange.Last) {
+        // The pipeline knows no range of a single byte: "5-5" reads as from 5 to the end there.
+        Response.SetStatusCode(206);
+        Response.AddUnknownHeader("Accept-Ranges", "bytes");
+        Response.AddUnknownHeader("Content-Range",
+                                  "bytes " + First + "-" + Last + "/" + std::to_string(AFile.Size));
+        return Response.SetResponseText(ReadPart(AFile, ARange.First, 1));
     }
-    const TRangeRequest Range = ResolveRange(Field, AFile.Size);
-    const std::string Total = "/" + std::to_string(AFile.Size);
-    switch (Range.Kind) {
-    case TRangeRequest::TKind::Whole:
-        Response.SetPartialContent(false);
-        break;
-    case TRangeRequest::TKind::Unsatisfiable:
-        Response.AddUnknownHeader("Content-Range", "bytes *" + Total);
-        throw EZnHTTPException("The file ends before the range begins.", 416);
-    case TRangeRequest::TKind::Part:
-        const std::string First = std::to_string(Range.First), Last = std::to_string(Range.Last);
-        if (Range.First == Range.Last) {
-            // The pipeline knows no range of a single byte: "5-5" reads as from 5 to the end there.
-            Response.SetResponseText(ReadPart(AFile, Range.First, 1));
-            Response.SetStatusCode(206);
-            Response.SetStatusDescription(HttpStatusMsg(206));
-            Response.AddUnknownHeader("Accept-Ranges", "bytes");
-            Response.AddUnknownHeader("Content-Range", "bytes " + First + "-" + Last + Total);
-        } else {
-            Response.SetStatusDescription(HttpStatusMsg(206));
-            AExchange.ReplaceRange("bytes=" + First + "-" + Last);
-        }
-    }
+    if (Part)
+        AExchange.ReplaceRange("bytes=" + First + "-" + Last);
+    // Without a Range field it only announces that ranges are served; one that is to be ignored must not be
+    // seen.
+    Response.SetPartialContent(Part || AExchange.Header(HttpHeaderRange).empty());
+    AExchange.SendFile(std::move(AFile), TExchange::TReopen::SameFile);
 }
 
 } // namespace
@@ -182,8 +186,8 @@ void TStaticFiles::RespondFile(TExchange& AExchange, TFile AFile) const
     const std::string ContentType = ContentTypeOf(AFile);
     Response.SetContentType(ContentType);
     Response.AddUnknownHeader("X-Content-Type-Options", "nosniff");
-    Response.AddUnknownHeader("Cache-Control",
-                              "no-cache"); // kept, but asked about: a changed file is seen at once
+    // May be kept, but is asked about each time: a changed file is seen at once.
+    Response.AddUnknownHeader("Cache-Control", "no-cache");
     if (IsExpanded(AFile.Name))
         return AExchange.SendFile(std::move(AFile.Entry), TExchange::TReopen::ByPath);
 
@@ -191,26 +195,25 @@ void TStaticFiles::RespondFile(TExchange& AExchange, TFile AFile) const
     const bool Deflate = WantsDeflate(AExchange, AFile, ContentType);
     if (Deflate)
         Validators.ETag = TagWithSuffix(Validators.ETag, "-deflate");
+    const TPrecondition Precondition = EvaluatePreconditions(ConditionsOf(AExchange), Validators);
+    if (Precondition == TPrecondition::Failed)
+        throw EZnHTTPException("The file has changed.", 412);
+    const bool Modified = Precondition == TPrecondition::Proceed;
+    const TRangeRequest Range = Modified ? RangeOf(AExchange, AFile.Entry, Validators) : TRangeRequest{};
+
+    // Of the file, so not for the pages of the failures above.
     Response.AddUnknownHeader("ETag", Validators.ETag);
     Response.AddUnknownHeader("Last-Modified", ZnHttpDateFromUnix(Validators.LastModified));
     if (FOptions.Deflate && TContentTypes::IsTextual(ContentType))
         Response.AddUnknownHeader("Vary", "Accept-Encoding");
-
-    switch (EvaluatePreconditions(ConditionsOf(AExchange), Validators)) {
-    case TPrecondition::NotModified:
-        return Response.SetStatusCode(304), Response.SetStatusDescription(HttpStatusMsg(304));
-    case TPrecondition::Failed:
-        throw EZnHTTPException("The file has changed.", 412);
-    case TPrecondition::Proceed:
-        break;
-    }
-    if (Deflate) {
+    if (!Modified) {
+        Response.SetStatusCode(304);
+        Response.SetStatusDescription(HttpStatusMsg(304));
+    } else if (Deflate) {
         Response.SetContentEncoding("deflate");
         Response.SetResponseText(ReadPart(AFile.Entry, 0, AFile.Entry.Size));
-    } else if (AFile.Entry.Size > 0) { // an empty file is the empty text that the response holds already
-        SelectRange(AExchange, AFile.Entry, Validators);
-        if (Response.GetStatusCode() == 200)
-            AExchange.SendFile(std::move(AFile.Entry), TExchange::TReopen::SameFile);
+    } else {
+        SendContent(AExchange, std::move(AFile.Entry), Range);
     }
 }
 
