@@ -6,10 +6,10 @@
 #include "benchmarks/micro/HeadParsers.h"
 #include "tests/unit/httpapi/MalformedRequests.h"
 
-int main(int ACount, char** AArguments)
+int main(int AArgumentCount, char** AArguments)
 {
     using namespace Zn;
-    const bool Names = ACount > 1 && std::strcmp(AArguments[1], "--names") == 0;
+    const bool Names = AArgumentCount > 1 && std::strcmp(AArguments[1], "--names") == 0;
     RequestHeadParser Own;
     struct Count
     {
