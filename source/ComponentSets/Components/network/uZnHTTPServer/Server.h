@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
@@ -97,6 +98,10 @@ public:
     /// 1 GiB, 0: no limit.
     std::int64_t GetMaxBodySize() const { return FMaxBodySize; }
     void SetMaxBodySize(std::int64_t AValue);
+
+    /// Workers made so far, and those of them that wait for a request. Any thread.
+    std::size_t GetWorkerCount() { return FWorkerPool.GetWorkerCount(); }
+    std::size_t GetIdleWorkerCount() { return FWorkerPool.GetIdleCount(); }
 
     /// The SSL kinds that were ever seen among the bindings.
     TZnHTTPServerSSLModes GetSSLModes() const { return FSSLModes; }

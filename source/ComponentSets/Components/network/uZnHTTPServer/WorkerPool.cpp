@@ -104,4 +104,10 @@ std::size_t WorkerPool::GetWorkerCount()
     return FWorkerThreads.size();
 }
 
+std::size_t WorkerPool::GetIdleCount()
+{
+    TZnLockGuard Guard(FWorkerThreadLock);
+    return FIdleWorkerThreads.size();
+}
+
 } // namespace Zn

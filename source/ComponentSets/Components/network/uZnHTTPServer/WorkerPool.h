@@ -43,6 +43,7 @@ public:
     void Close();
 
     std::size_t GetWorkerCount();
+    std::size_t GetIdleCount();
 
 private:
     TZnHTTPServerResponseThread* TakeWorker(std::size_t AMaxCount, bool& AClosed);
