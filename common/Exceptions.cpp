@@ -7,10 +7,7 @@
 
 #include <cxxabi.h>
 
-namespace
-{
-
-std::string FormatList(const char* AFormat, std::va_list AArguments)
+std::string Zn::FormatList(const char* AFormat, std::va_list AArguments)
 {
     std::va_list Again;
     va_copy(Again, AArguments);
@@ -27,13 +24,11 @@ std::string FormatList(const char* AFormat, std::va_list AArguments)
     return Result;
 }
 
-} // namespace
-
 EZnException EZnException::CreateFmt(int AErrorCode, const char* AFormat, ...)
 {
     std::va_list Arguments;
     va_start(Arguments, AFormat);
-    std::string Message = FormatList(AFormat, Arguments);
+    std::string Message = Zn::FormatList(AFormat, Arguments);
     va_end(Arguments);
     return EZnException(std::move(Message), AErrorCode);
 }
@@ -42,7 +37,7 @@ std::string ZnFormat(const char* AFormat, ...)
 {
     std::va_list Arguments;
     va_start(Arguments, AFormat);
-    std::string Result = FormatList(AFormat, Arguments);
+    std::string Result = Zn::FormatList(AFormat, Arguments);
     va_end(Arguments);
     return Result;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdarg>
 #include <exception>
 #include <string>
 #include <typeinfo>
@@ -174,6 +175,9 @@ std::string ZnFormat(const char* AFormat, ...) ZN_PRINTF_LIKE(1, 2);
 namespace Zn
 {
 [[noreturn]] void RaiseAssertionFailed(const char* AText);
+
+/// ZnFormat for the operations with a format of their own.
+std::string FormatList(const char* AFormat, std::va_list AArguments) ZN_PRINTF_LIKE(1, 0);
 
 /// A type's name in source form.
 std::string TypeName(const std::type_info& AType);

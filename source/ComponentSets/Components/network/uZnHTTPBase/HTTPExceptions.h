@@ -22,6 +22,9 @@ public:
     using EZnException::EZnException;
     ZN_EXCEPTION_NAME("EZnHTTPException")
 
+    /// The text from a printf format.
+    static EZnHTTPException CreateFmt(int AErrorCode, const char* AFormat, ...) ZN_PRINTF_LIKE(2, 3);
+
     /// The code's low 16 bits, or 500 for a code below 1; the text is the message, whatever the
     /// table of reason phrases says.
     TZnHTTPStatus GetHTTPStatus() const;
@@ -58,6 +61,10 @@ public:
     {
     }
     ZN_EXCEPTION_NAME("EZnHTTPApiException")
+
+    /// The text from a printf format.
+    static EZnHTTPApiException CreateFmt(std::string AApiFuncName, int AErrorCode, const char* AFormat, ...)
+        ZN_PRINTF_LIKE(3, 4);
 
     const std::string& GetApiFuncName() const { return FApiFuncName; }
 
