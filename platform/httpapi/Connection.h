@@ -33,7 +33,7 @@ class RequestQueue;
 enum class Owner : std::uint8_t { Free, Poller, Worker, WorkerMissed };
 
 /// What the leader is waiting for on a connection that it owns.
-enum class Expecting : std::uint8_t { FirstByte, RestOfHead, EndOfLinger };
+enum class Expecting : std::uint8_t { Handshake, FirstByte, RestOfHead, EndOfLinger };
 
 /// The part of a request that outlives its head: what the body reader and the response need.
 struct RequestState

@@ -32,7 +32,7 @@ OwnAnswer Unavailable(THTTP_503_RESPONSE_VERBOSITY AVerbosity, std::string_view 
 
 } // namespace
 
-Dispatcher::Dispatcher() : FReception(FConnections, FPoller), FCaretaker([this] { TakeCare(); }) {}
+Dispatcher::Dispatcher() : FReception(FConnections, FPoller, FTlsPorts), FCaretaker([this] { TakeCare(); }) {}
 
 Dispatcher::~Dispatcher()
 {
@@ -143,7 +143,7 @@ void Dispatcher::AskLeaderToYield()
 const Route* Dispatcher::FindRoute(const Arrival& AArrival) const
 {
     const auto Host = SplitHost(AArrival.Head.Host, AArrival.From.LocalPort);
-    const auto* const Entry = FRoutes.Find({.Secure = false, // TLS connections will say true
+    const auto* const Entry = FRoutes.Find({.Secure = AArrival.From.Io.IsSecure(),
                                             .Host = Host ? Host->Host : std::string_view{},
                                             .LocalAddress = AddressBytes(AArrival.From.Local),
                                             .LocalPort = AArrival.From.LocalPort,
@@ -333,7 +333,7 @@ void Dispatcher::ReturnToPoller(Connection& AConnection)
 {
     const std::uint64_t Id = AConnection.ConnectionId.load(std::memory_order_relaxed);
     Owner Expected = Owner::Worker;
-    if (AConnection.Input.empty() && !AConnection.MoreInKernel &&
+    if (AConnection.Input.empty() && !AConnection.MoreInKernel && !AConnection.Io.HoldsInput() &&
         AConnection.State.compare_exchange_strong(Expected, Owner::Poller, std::memory_order_acq_rel))
         return;
     AConnection.State.store(Owner::Poller, std::memory_order_release);

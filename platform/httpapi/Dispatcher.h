@@ -64,6 +64,7 @@ public:
 
     ConnectionTable& Connections() { return FConnections; }
     Poller& Events() { return FPoller; }
+    TlsPorts& SecurePorts() { return FTlsPorts; }
 
     /// The next request of the queue. 0, 234 (did not fit: closed), 995 (queue closed).
     std::uint32_t Receive(RequestQueue& AQueue, ReceiveBuffer& ABuffer);
@@ -108,6 +109,7 @@ private:
 
     ConnectionTable FConnections;
     Poller FPoller;
+    TlsPorts FTlsPorts;
     Reception FReception; // the leader's
 
     Mutex FLock;

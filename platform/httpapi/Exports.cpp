@@ -42,6 +42,7 @@ std::span<const TZnExport> HttpapiExports()
         {"HttpWaitForDemandStart", Address(HttpWaitForDemandStart)},
         {"HttpWaitForDisconnect", Address(HttpWaitForDisconnect)},
         {"HttpWaitForDisconnectEx", Address(HttpWaitForDisconnectEx)},
+        {"ZnHttpSetPortCertificate", Address(ZnHttpSetPortCertificate)},
         {"ZnHttpDropRequest", Address(ZnHttpDropRequest)},
         {"ZnHttpQueryServiceLimits", Address(ZnHttpQueryServiceLimits)},
         {"ZnHttpSetServiceLimits", Address(ZnHttpSetServiceLimits)},

@@ -325,6 +325,22 @@ std::uint32_t HttpSendResponseEntityBody(THandle AReqQueueHandle, HTTP_REQUEST_I
     });
 }
 
+std::uint32_t ZnHttpSetPortCertificate(const TZnHttpPortCertificate* ACertificate)
+{
+    return Guarded([&]() -> std::uint32_t {
+        const auto Now = Service::Current();
+        if (!Now || ACertificate == nullptr || ACertificate->Port == 0 ||
+            ACertificate->Certificate == nullptr || ACertificate->Key == nullptr)
+            return ERROR_INVALID_PARAMETER;
+        Zn::TlsPortSettings Settings;
+        Settings.Default = {ACertificate->Certificate, ACertificate->Key};
+        Settings.AskForClientCertificate = ACertificate->ClientAuthorities != nullptr;
+        if (Settings.AskForClientCertificate)
+            Settings.ClientAuthorities = ACertificate->ClientAuthorities;
+        return Now->SetPortCertificate(ACertificate->Port, Settings);
+    });
+}
+
 std::uint32_t ZnHttpDropRequest(THandle AReqQueueHandle, HTTP_REQUEST_ID AReqId)
 {
     return Guarded([&]() -> std::uint32_t {

@@ -203,7 +203,24 @@ struct THTTP_TRANSPORT_ADDRESS
     const sockaddr* pLocalAddress;
 };
 
-struct THTTP_SSL_INFO; // filled for connections over TLS
+/// The client's certificate, where the port asks for one and the client gave it.
+struct THTTP_SSL_CLIENT_CERT_INFO
+{
+    std::uint32_t CertFlags; // 0: verified against the port's authorities; 1: not verified, so its subject
+                             // proves nothing
+    std::uint16_t SubjectLength;
+    const char* pSubject; // RFC 2253, UTF-8
+};
+
+/// How the connection is secured.
+struct THTTP_SSL_INFO
+{
+    std::uint16_t ProtocolLength;
+    std::uint16_t CipherLength;
+    const char* pProtocol;                             // "TLSv1.3"
+    const char* pCipher;                               // OpenSSL's name
+    const THTTP_SSL_CLIENT_CERT_INFO* pClientCertInfo; // nullptr without one
+};
 
 inline constexpr std::uint32_t HTTP_REQUEST_FLAG_MORE_ENTITY_BODY_EXISTS = 1;
 
@@ -361,6 +378,19 @@ std::uint32_t HttpSendResponseEntityBody(THandle AReqQueueHandle, HTTP_REQUEST_I
                                          const THTTP_DATA_CHUNK* AEntityChunks, std::uint32_t* ABytesSent,
                                          void* AReserved1, std::uint32_t AReserved2, OVERLAPPED* AOverlapped,
                                          void* ALogData);
+
+/// The certificate of an https port, ahead of what the SSL binding list says, in this process. PEM texts; the
+/// chain follows the certificate. AClientAuthorities, unless nullptr: clients are asked for a certificate,
+/// which is verified against these and told with each request either way. 1312 when certificate and key are
+/// not each other's. Connections accepted from now on use it.
+struct TZnHttpPortCertificate
+{
+    std::uint16_t Port;
+    const char* Certificate;
+    const char* Key;
+    const char* ClientAuthorities;
+};
+std::uint32_t ZnHttpSetPortCertificate(const TZnHttpPortCertificate* ACertificate);
 
 /// Ends a request that gets no answer, or no complete one: its connection is closed at once. Harmless once
 /// the response is complete (the id names nothing any more).

@@ -46,10 +46,10 @@ void Poller::RemoveListener(int AFd)
     epoll_ctl(FEpoll, EPOLL_CTL_DEL, AFd, nullptr);
 }
 
-bool Poller::AddConnection(int AFd, std::uint64_t AConnectionId)
+bool Poller::AddConnection(int AFd, std::uint64_t AConnectionId, bool AWritableToo)
 {
     epoll_event Event{};
-    Event.events = EPOLLIN | EPOLLRDHUP | EPOLLET;
+    Event.events = EPOLLIN | EPOLLRDHUP | EPOLLET | (AWritableToo ? EPOLLOUT : 0U);
     Event.data.u64 = AConnectionId;
     return epoll_ctl(FEpoll, EPOLL_CTL_ADD, AFd, &Event) == 0;
 }

@@ -40,7 +40,8 @@ public:
 
     void AddListener(int AFd);
     void RemoveListener(int AFd);
-    bool AddConnection(int AFd, std::uint64_t AConnectionId);
+    /// AWritableToo: for TLS, whose handshake may wait for room to send.
+    bool AddConnection(int AFd, std::uint64_t AConnectionId, bool AWritableToo);
 
     /// A connection to be looked at again, without an event of its own.
     void PushReturned(std::uint64_t AConnectionId);

@@ -18,6 +18,9 @@ namespace
 
 constexpr std::int64_t SweepEvery = 500; // ms
 constexpr int AcceptsInARow = 64;        // then requests have their turn; the listener is told again
+constexpr std::string_view PlainToTlsPort =
+    "HTTP/1.1 400 Bad Request\r\nContent-Type: text/plain\r\nContent-Length: 37\r\n"
+    "Connection: close\r\n\r\nThis port speaks HTTP over TLS only.\r\n";
 constexpr std::uint64_t LingerMost = 1024 * 1024;
 
 std::string_view ReasonOf(std::uint16_t AStatus)
@@ -107,8 +110,11 @@ void Arrival::ConsumeHead() const
         From.Input.assign(Bytes.substr(Head.Length));
 }
 
-Reception::Reception(ConnectionTable& AConnections, Poller& APoller)
-    : FConnections(AConnections), FPoller(APoller), FSpareFd(open("/dev/null", O_RDONLY | O_CLOEXEC))
+Reception::Reception(ConnectionTable& AConnections, Poller& APoller, const TlsPorts& ATlsPorts)
+    : FConnections(AConnections),
+      FPoller(APoller),
+      FTlsPorts(ATlsPorts),
+      FSpareFd(open("/dev/null", O_RDONLY | O_CLOEXEC))
 {
 }
 
@@ -154,7 +160,26 @@ std::optional<Arrival> Reception::OnConnection(const PollEvent& AEvent)
         Discard(*From);
         return std::nullopt;
     }
+    if (From->Phase == Expecting::Handshake && !ShakeHands(*From))
+        return std::nullopt;
     return Read(*From, AEvent.PeerClosed);
+}
+
+/// True once the TLS session stands. Each step takes what is there and waits for the next event.
+bool Reception::ShakeHands(Connection& AConnection)
+{
+    const IoState State = AConnection.Io.Handshake();
+    if (State == IoState::WouldBlock)
+        return false;
+    if (State != IoState::Done) {
+        if (AConnection.Io.SawPlainHttp())
+            AConnection.Io.SendPlain(PlainToTlsPort);
+        Close(AConnection);
+        return false;
+    }
+    AConnection.Phase = Expecting::FirstByte;
+    AConnection.Deadline = CoarseNow() + CurrentLimits().IdleWait;
+    return true;
 }
 
 std::optional<Arrival> Reception::Read(Connection& AConnection, bool APeerClosed)
@@ -176,9 +201,8 @@ std::optional<Arrival> Reception::Read(Connection& AConnection, bool APeerClosed
             Close(AConnection);
             return std::nullopt;
         }
-        // A receive that left room has emptied the socket: the next byte brings a new event (epoll(7),
-        // edge-triggered). The end of the stream came with this event, though, and has to be read for.
-        AConnection.MoreInKernel = APeerClosed || Received.Bytes == FBuffer.size();
+        // The end of the stream came with this event and has to be read for, even if the bytes are all read.
+        AConnection.MoreInKernel = APeerClosed || !Received.Emptied;
         std::string_view Bytes(FBuffer.data(), Received.Bytes);
         if (!AConnection.Input.empty()) {
             AConnection.Input.append(Bytes);
@@ -253,7 +277,6 @@ void Reception::Welcome(int AFd)
         close(AFd);
         return;
     }
-    New->Io.Adopt(AFd);
     socklen_t Length = sizeof New->Remote;
     getpeername(AFd, reinterpret_cast<sockaddr*>(&New->Remote), &Length);
     Length = sizeof New->Local;
@@ -261,13 +284,15 @@ void Reception::Welcome(int AFd)
     UnmapIPv4(New->Remote);
     UnmapIPv4(New->Local);
     New->LocalPort = PortOf(New->Local);
+    New->Io.Adopt(AFd, FTlsPorts.Find(New->LocalPort));
     New->ForgetHangUp();
     New->MoreInKernel = false;
-    New->Phase = Expecting::FirstByte;
-    New->Deadline = CoarseNow() + Limits.IdleWait;
+    New->Phase = New->Io.IsSecure() ? Expecting::Handshake : Expecting::FirstByte;
+    New->Deadline = CoarseNow() + (New->Io.IsSecure() ? Limits.HeadWait : Limits.IdleWait);
     New->State.store(Owner::Poller, std::memory_order_release);
     const bool Allowed = CountAddress(New->Remote);
-    if (!Allowed || !FPoller.AddConnection(AFd, New->ConnectionId.load(std::memory_order_relaxed)))
+    if (!Allowed ||
+        !FPoller.AddConnection(AFd, New->ConnectionId.load(std::memory_order_relaxed), New->Io.IsSecure()))
         Close(*New);
 }
 
@@ -334,7 +359,7 @@ void Reception::Answer(const Arrival& AArrival, const OwnAnswer& AAnswer)
     AArrival.ConsumeHead();
     From.Phase = Expecting::FirstByte;
     From.Deadline = CoarseNow() + CurrentLimits().IdleWait;
-    if (!From.Input.empty() || From.MoreInKernel)
+    if (!From.Input.empty() || From.MoreInKernel || From.Io.HoldsInput())
         FPoller.PushReturned(From.ConnectionId.load(std::memory_order_relaxed));
 }
 

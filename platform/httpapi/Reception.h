@@ -10,6 +10,7 @@
 #include "platform/httpapi/ConnectionTable.h"
 #include "platform/httpapi/Poller.h"
 #include "platform/httpapi/RequestHead.h"
+#include "platform/httpapi/tls/TlsPorts.h"
 
 namespace Zn
 {
@@ -43,7 +44,7 @@ struct OwnAnswer
 class Reception
 {
 public:
-    Reception(ConnectionTable& AConnections, Poller& APoller);
+    Reception(ConnectionTable& AConnections, Poller& APoller, const TlsPorts& ATlsPorts);
     Reception(const Reception&) = delete;
     Reception& operator=(const Reception&) = delete;
     ~Reception();
@@ -63,6 +64,7 @@ public:
 
 private:
     std::optional<Arrival> OnConnection(const PollEvent& AEvent);
+    bool ShakeHands(Connection& AConnection);
     std::optional<Arrival> Read(Connection& AConnection, bool APeerClosed);
     std::optional<Arrival> ParseInput(Connection& AConnection, std::string_view ABytes);
     void Accept(int AListener);
@@ -80,6 +82,7 @@ private:
 
     ConnectionTable& FConnections;
     Poller& FPoller;
+    const TlsPorts& FTlsPorts;
     RequestHeadParser FParser;
     const TZnHttpServiceLimits* FParserLimits = nullptr; // those FParser was made with
     std::array<char, 65536> FBuffer{};                   // what one receive brings

@@ -138,7 +138,7 @@ std::uint32_t ReceiveBody(Connection& AConnection, const TZnHttpServiceLimits& A
         case Step::Failed:
             return Fail(AConnection);
         case Step::Blocked:
-            if (!Request.BodyWait.Wait(AConnection.Io.Fd(), Patience::Direction::Read, Request.BodyReceived,
+            if (!Request.BodyWait.Wait(AConnection.Io, Patience::Direction::Read, Request.BodyReceived,
                                        AConnection.Abandoned, ALimits.TransferWait,
                                        ALimits.MinBytesPerSecond))
                 return Fail(AConnection);

@@ -13,6 +13,7 @@
 #include "platform/errors/Errors.h"
 #include "platform/httpapi/Connection.h"
 #include "platform/httpapi/Target.h"
+#include "platform/httpapi/tls/TlsStream.h"
 
 namespace Zn
 {
@@ -98,7 +99,8 @@ std::string LocalHostText(const Connection& AConnection)
 
 void WriteUrl(Room& ARoom, THTTP_REQUEST& ARequest, const RequestHead& AHead, const Connection& AFrom)
 {
-    constexpr std::uint16_t DefaultPort = 80;
+    const bool Secure = AFrom.Io.IsSecure();
+    const std::uint16_t DefaultPort = Secure ? 443 : 80;
     const std::string Fallback = AHead.Host.empty() ? LocalHostText(AFrom) : std::string();
     const auto Host = SplitHost(AHead.Host.empty() ? std::string_view(Fallback) : AHead.Host, DefaultPort);
     std::string Resolved;
@@ -110,7 +112,8 @@ void WriteUrl(Room& ARoom, THTTP_REQUEST& ARequest, const RequestHead& AHead, co
     // As much as there is; what ComposeUrl leaves over goes to the texts.
     const std::size_t Most = ARoom.Left() / sizeof(char16_t);
     const auto Place = ARoom.Take<char16_t>(Most > 0 ? Most - 1 : 0);
-    const auto Url = Host ? ComposeUrl("http", *Host, Path, AHead.Query, Place) : std::nullopt;
+    const auto Url =
+        Host ? ComposeUrl(Secure ? "https" : "http", *Host, Path, AHead.Query, Place) : std::nullopt;
     if (!Url || Url->Length * sizeof(char16_t) > 0xffff) {
         ARoom.Take<char>(ARoom.Left() + 1); // full
         return;
@@ -170,6 +173,23 @@ void WriteFields(Room& ARoom, THTTP_REQUEST_HEADERS& AHeaders, std::span<const F
     }
 }
 
+const THTTP_SSL_INFO* WriteSslInfo(Room& ARoom, const TlsPeer& APeer)
+{
+    const auto Info = ARoom.Take<THTTP_SSL_INFO>(1);
+    if (Info.empty())
+        return nullptr;
+    Info[0] = {Narrow(APeer.Protocol.size()), Narrow(APeer.Cipher.size()), ARoom.Text(APeer.Protocol),
+               ARoom.Text(APeer.Cipher), nullptr};
+    if (!APeer.HasCertificate)
+        return Info.data();
+    const auto Certificate = ARoom.Take<THTTP_SSL_CLIENT_CERT_INFO>(1);
+    if (Certificate.empty())
+        return nullptr;
+    Certificate[0] = {APeer.Verified ? 0U : 1U, Narrow(APeer.Subject.size()), ARoom.Text(APeer.Subject)};
+    Info[0].pClientCertInfo = Certificate.data();
+    return Info.data();
+}
+
 } // namespace
 
 std::uint32_t WriteRequest(const RequestHead& AHead, const RequestOrigin& AOrigin, PHTTP_REQUEST ABuffer,
@@ -190,6 +210,8 @@ std::uint32_t WriteRequest(const RequestHead& AHead, const RequestOrigin& AOrigi
     Request.Address = {CopyAddress(Rest, AOrigin.From.Remote), CopyAddress(Rest, AOrigin.From.Local)};
     WriteUrl(Rest, Request, AHead, AOrigin.From);
     WriteFields(Rest, Request.Headers, AHead.Fields);
+    if (const TlsPeer* const Peer = AOrigin.From.Io.Peer())
+        Request.pSslInfo = WriteSslInfo(Rest, *Peer);
     Request.pRawUrl = Rest.Text(AHead.Target);
     Request.RawUrlLength = Narrow(AHead.Target.size());
     if (AHead.Verb == HttpVerbUnknown) {

@@ -111,7 +111,7 @@ private:
         if (AResult.State == IoState::Done)
             return true;
         if (AResult.State == IoState::WouldBlock &&
-            Response.SendWait.Wait(FConnection.Io.Fd(), Patience::Direction::Write, Response.Sent,
+            Response.SendWait.Wait(FConnection.Io, Patience::Direction::Write, Response.Sent,
                                    FConnection.Abandoned, FLimits.TransferWait, FLimits.MinBytesPerSecond))
             return true;
         Response.Broken = true;

@@ -123,12 +123,10 @@ std::uint32_t Service::AddUrl(const std::shared_ptr<UrlGroup>& AGroup, const cha
     const auto Prefix = AUrl != nullptr ? ParseUrlPrefix(AUrl) : std::nullopt;
     if (!Prefix || Prefix->Port == 0)
         return ERROR_INVALID_PARAMETER;
-    if (Prefix->Secure)
-        return ERROR_NOT_SUPPORTED; // until certificates can be bound to ports
     const MutexLock Guard(FConfigLock);
     if (!FDispatcher.AddRoute(*Prefix, {AGroup, AContext}))
         return ERROR_ALREADY_EXISTS;
-    if (const std::uint32_t Result = FListeners.Add(Prefix->Host, Prefix->Port); Result != NO_ERROR) {
+    if (const std::uint32_t Result = OpenPort(*Prefix); Result != NO_ERROR) {
         FDispatcher.RemoveRoute(*Prefix);
         return Result;
     }
@@ -160,10 +158,55 @@ void Service::Unregister(UrlGroup& AGroup, const UrlPrefix& APrefix)
 {
     const UrlPrefix Prefix = APrefix;
     FDispatcher.RemoveRoute(Prefix);
-    FListeners.Remove(Prefix.Host, Prefix.Port);
+    ClosePort(Prefix);
     std::erase(AGroup.Urls, Prefix);
-    if (!FListeners.Wants(Prefix.Port))
-        FDispatcher.CloseIdle(Prefix.Port);
+}
+
+std::uint32_t Service::OpenPort(const UrlPrefix& APrefix)
+{
+    const auto InUse = FPortsInUse.find(APrefix.Port);
+    if (InUse != FPortsInUse.end() && InUse->second != APrefix.Secure)
+        return ERROR_INVALID_PARAMETER; // a port speaks TLS or it doesn't
+    if (APrefix.Secure && InUse == FPortsInUse.end())
+        if (const std::uint32_t Result = SecurePort(APrefix.Port); Result != NO_ERROR)
+            return Result;
+    const std::uint32_t Result = FListeners.Add(APrefix.Host, APrefix.Port);
+    if (Result == NO_ERROR)
+        FPortsInUse[APrefix.Port] = APrefix.Secure;
+    return Result;
+}
+
+/// Gives the port its certificates: those set for this process, else those of the binding list.
+std::uint32_t Service::SecurePort(std::uint16_t APort)
+{
+    if (FOwnCertificates.contains(APort))
+        return NO_ERROR;
+    return ERROR_NO_SUCH_LOGON_SESSION;
+}
+
+std::uint32_t Service::SetPortCertificate(std::uint16_t APort, const TlsPortSettings& ASettings)
+{
+    std::shared_ptr<TlsPort> Port;
+    if (const std::uint32_t Result = TlsPort::Make(ASettings, Port); Result != NO_ERROR)
+        return Result;
+    const MutexLock Guard(FConfigLock);
+    const auto InUse = FPortsInUse.find(APort);
+    if (InUse != FPortsInUse.end() && !InUse->second)
+        return ERROR_INVALID_PARAMETER;
+    FOwnCertificates.insert(APort);
+    FDispatcher.SecurePorts().Set(APort, std::move(Port));
+    return NO_ERROR;
+}
+
+void Service::ClosePort(const UrlPrefix& APrefix)
+{
+    FListeners.Remove(APrefix.Host, APrefix.Port);
+    if (FListeners.Wants(APrefix.Port))
+        return;
+    FDispatcher.CloseIdle(APrefix.Port);
+    FPortsInUse.erase(APrefix.Port);
+    if (!FOwnCertificates.contains(APrefix.Port))
+        FDispatcher.SecurePorts().Remove(APrefix.Port);
 }
 
 std::uint32_t Service::CreateQueue(const std::string& AName, std::shared_ptr<UrlGroup> AOwnGroup,

@@ -38,6 +38,9 @@ public:
     std::uint32_t RemoveUrl(UrlGroup& AGroup, const char* AUrl);
     void RemoveAllUrls(UrlGroup& AGroup);
 
+    /// Ahead of the binding list, in this process. 1312 when the settings are unusable.
+    std::uint32_t SetPortCertificate(std::uint16_t APort, const TlsPortSettings& ASettings);
+
     /// A queue with the handle that controls it. 183 when the name is taken.
     std::uint32_t CreateQueue(const std::string& AName, std::shared_ptr<UrlGroup> AOwnGroup,
                               THandle& AHandle);
@@ -52,11 +55,16 @@ private:
     };
 
     void Unregister(UrlGroup& AGroup, const UrlPrefix& APrefix) ZN_REQUIRES(FConfigLock);
+    std::uint32_t OpenPort(const UrlPrefix& APrefix) ZN_REQUIRES(FConfigLock);
+    std::uint32_t SecurePort(std::uint16_t APort) ZN_REQUIRES(FConfigLock);
+    void ClosePort(const UrlPrefix& APrefix) ZN_REQUIRES(FConfigLock);
     void CloseGroupLocked(HTTP_URL_GROUP_ID AId) ZN_REQUIRES(FConfigLock);
 
     Dispatcher FDispatcher;
     Mutex FConfigLock;
     Listeners FListeners ZN_GUARDED_BY(FConfigLock){FDispatcher.Events()};
+    std::map<std::uint16_t, bool> FPortsInUse ZN_GUARDED_BY(FConfigLock); // whether the port speaks TLS
+    std::set<std::uint16_t> FOwnCertificates ZN_GUARDED_BY(FConfigLock);  // ports with SetPortCertificate
     std::uint64_t FNextId ZN_GUARDED_BY(FConfigLock) = 1;
     std::map<HTTP_SERVER_SESSION_ID, Session> FSessions ZN_GUARDED_BY(FConfigLock);
     std::map<HTTP_URL_GROUP_ID, std::shared_ptr<UrlGroup>> FGroups ZN_GUARDED_BY(FConfigLock);

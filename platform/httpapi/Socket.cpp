@@ -10,6 +10,8 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include "platform/httpapi/tls/TlsStream.h"
+
 namespace Zn
 {
 namespace
@@ -76,32 +78,75 @@ bool WaitFor(int AFd, short AEvents, std::uint32_t AMilliseconds)
 
 } // namespace
 
-void Socket::Adopt(int AFd)
+Socket::Socket() = default;
+
+Socket::~Socket()
+{
+    Close();
+}
+
+void Socket::Adopt(int AFd, std::shared_ptr<const TlsPort> ATls)
 {
     Close();
     FFd = AFd;
+    if (ATls)
+        FTls = std::make_unique<TlsStream>(std::move(ATls), AFd);
 }
 
 void Socket::Close()
 {
+    if (FTls)
+        FTls->Shutdown();
+    FTls.reset();
     if (FFd >= 0)
         close(FFd);
     FFd = -1;
 }
 
+IoState Socket::Handshake()
+{
+    return FTls && !FTls->IsEstablished() ? FTls->Handshake() : IoState::Done;
+}
+
+bool Socket::SawPlainHttp() const
+{
+    return FTls && FTls->SawPlainHttp();
+}
+
+const TlsPeer* Socket::Peer() const
+{
+    return FTls && FTls->IsEstablished() ? &FTls->Peer() : nullptr;
+}
+
+bool Socket::HoldsInput() const
+{
+    return FTls && FTls->HoldsInput();
+}
+
+bool Socket::WantsWrite() const
+{
+    return FTls && FTls->WantsWrite();
+}
+
 IoResult Socket::Receive(void* ABuffer, std::size_t ALength)
 {
+    if (FTls)
+        return FTls->Receive(ABuffer, ALength);
     ssize_t Result;
     do
         Result = recv(FFd, ABuffer, ALength, 0);
     while (Result < 0 && errno == EINTR);
     if (Result == 0 && ALength > 0)
         return {IoState::Ended};
-    return FromSystem(Result);
+    IoResult Received = FromSystem(Result);
+    Received.Emptied = Received.Bytes < ALength; // epoll(7): with an edge-triggered event, that was all
+    return Received;
 }
 
 IoResult Socket::Send(std::span<const iovec> AParts, bool AMore)
 {
+    if (FTls)
+        return FTls->Send(AParts);
     msghdr Message{};
     Message.msg_iov = const_cast<iovec*>(AParts.data()); // sendmsg only reads them
     Message.msg_iovlen = AParts.size();
@@ -115,6 +160,8 @@ IoResult Socket::Send(std::span<const iovec> AParts, bool AMore)
 
 IoResult Socket::SendFile(int AFile, std::uint64_t AOffset, std::uint64_t ALength)
 {
+    if (FTls)
+        return FTls->SendFile(AFile, AOffset, ALength);
     constexpr std::uint64_t LargestStep = 0x7ffff000; // what the system call takes at once
     SigPipeGuard Guard;
     auto Offset = static_cast<off_t>(AOffset);
@@ -132,7 +179,15 @@ IoResult Socket::SendFile(int AFile, std::uint64_t AOffset, std::uint64_t ALengt
 
 void Socket::ShutdownSend()
 {
+    if (FTls)
+        FTls->Shutdown();
     shutdown(FFd, SHUT_WR);
+}
+
+void Socket::SendPlain(std::string_view AText)
+{
+    // Into an empty send buffer; a peer that takes nothing gets nothing.
+    [[maybe_unused]] const ssize_t Sent = send(FFd, AText.data(), AText.size(), MSG_NOSIGNAL);
 }
 
 bool WaitReadable(int AFd, std::uint32_t AMilliseconds)

@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
+#include <string_view>
 
 struct iovec;
 
@@ -16,25 +18,39 @@ struct IoResult
 {
     IoState State;
     std::size_t Bytes = 0;
+    bool Emptied = false; // a receive took all there was: more brings a new event
 };
 
-/// The byte stream of one connection: every read and write of the service passes here, none blocks.
-/// Today that is a TCP socket; a TLS session takes its place behind the same five operations.
+class TlsPort;
+class TlsStream;
+struct TlsPeer;
+
+/// The byte stream of one connection, over TCP or over TLS on TCP: every read and write of the service passes
+/// here, none blocks.
 ///
 /// Owns the descriptor. One thread at a time.
 class Socket
 {
 public:
-    Socket() = default;
-    explicit Socket(int AFd) : FFd(AFd) {}
+    Socket();
     Socket(const Socket&) = delete;
     Socket& operator=(const Socket&) = delete;
-    ~Socket() { Close(); }
+    ~Socket();
 
-    void Adopt(int AFd);
+    /// ATls: nullptr for plain TCP.
+    void Adopt(int AFd, std::shared_ptr<const TlsPort> ATls);
+    /// Tells a TLS peer that this is the end, as far as that can be done at once.
     void Close();
-    bool IsOpen() const { return FFd >= 0; }
     int Fd() const { return FFd; }
+    bool IsSecure() const { return FTls != nullptr; }
+
+    /// Over TLS, to be called with each event until it gives Done; nothing else before. Done at once over
+    /// TCP.
+    IoState Handshake();
+    /// A handshake failed because the peer speaks plain HTTP.
+    bool SawPlainHttp() const;
+    /// nullptr over TCP, or before the handshake is done.
+    const TlsPeer* Peer() const;
 
     IoResult Receive(void* ABuffer, std::size_t ALength);
     /// AMore: another send follows at once, so a partly filled segment may wait for it.
@@ -43,9 +59,18 @@ public:
     IoResult SendFile(int AFile, std::uint64_t AOffset, std::uint64_t ALength);
     /// No more sends; the peer sees the end of the stream behind what was sent.
     void ShutdownSend();
+    /// Sends past TLS, to a peer that doesn't speak it.
+    void SendPlain(std::string_view AText);
+
+    /// Bytes were received that no Receive has given yet; no event will tell of them.
+    bool HoldsInput() const;
+
+    /// The last step that would have blocked, a receive too, waits for room to send (a TLS key update).
+    bool WantsWrite() const;
 
 private:
     int FFd = -1;
+    std::unique_ptr<TlsStream> FTls;
 };
 
 /// Waits until AFd can be read (or written), at most AMilliseconds. False on time-out.

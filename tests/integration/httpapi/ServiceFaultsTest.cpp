@@ -250,6 +250,7 @@ TEST(ServiceFaults, ConnectionsDroppedAtRandomPointsLeakNothing)
         Client.Send(Request.substr(0, Random() % (Request.size() + 1)));
         if (Random() % 2 == 0)
             Client.Reset();
+        Client.Close();
         if (Index % 50 == 49) { // the queue is full at 1000 otherwise
             ASSERT_EQ(StatusOf(Service.Connect().Ask(Get("/"))), "200");
         }

@@ -33,13 +33,23 @@ class TestService
 public:
     using Handler = std::function<void(TestService&, const THTTP_REQUEST&)>;
 
-    explicit TestService(Handler AHandler, std::uint32_t ABufferLength = 16384)
-        : Port(FreePort()), FHandler(std::move(AHandler)), FBufferLength(ABufferLength)
+    /// ACertificate, for https: its port is filled in.
+    explicit TestService(Handler AHandler, std::uint32_t ABufferLength = 16384,
+                         const TZnHttpPortCertificate* ACertificate = nullptr)
+        : Port(FreePort()),
+          FHandler(std::move(AHandler)),
+          FBufferLength(ABufferLength),
+          FScheme(ACertificate != nullptr ? "https" : "http")
     {
         EXPECT_EQ(HttpInitialize(HTTPAPI_VERSION_1, HTTP_INITIALIZE_SERVER, nullptr), NO_ERROR);
         THandle New = 0;
         EXPECT_EQ(HttpCreateHttpHandle(&New, 0), NO_ERROR);
         Queue = New;
+        if (ACertificate != nullptr) {
+            TZnHttpPortCertificate Certificate = *ACertificate;
+            Certificate.Port = Port;
+            EXPECT_EQ(ZnHttpSetPortCertificate(&Certificate), NO_ERROR);
+        }
         EXPECT_EQ(HttpAddUrl(Queue, Url("/").c_str(), nullptr), NO_ERROR);
         if (FHandler)
             FThread = std::thread([this] { Loop(); });
@@ -63,7 +73,7 @@ public:
     }
     std::string Url(const std::string& APath) const
     {
-        return "http://localhost:" + std::to_string(Port) + APath;
+        return FScheme + "://localhost:" + std::to_string(Port) + APath;
     }
     RawClient Connect() const { return RawClient(Port); }
 
@@ -131,6 +141,7 @@ private:
 
     Handler FHandler;
     std::uint32_t FBufferLength;
+    std::string FScheme;
     std::thread FThread;
 };
 
