@@ -50,6 +50,20 @@ void FutexWake(std::atomic<std::uint32_t>& AWord, int ACount)
     syscall(SYS_futex, FutexWord(AWord), FUTEX_WAKE | FUTEX_PRIVATE_FLAG, ACount, nullptr, nullptr, 0);
 }
 
+/// The state that Set leaves. An auto-reset event with a sleeper releases it instead of being set.
+constexpr std::uint32_t AfterSet(std::uint32_t AState, bool AManualReset)
+{
+    if (AManualReset)
+        return AState & cSet ? AState : (AState | cSet) + cOneRelease;
+    return Sleepers(AState) > Releases(AState) ? AState + cOneRelease : AState | cSet;
+}
+
+void WakeSleepers(std::atomic<std::uint32_t>& AWord, std::uint32_t ABefore, bool AManualReset)
+{
+    if (AManualReset ? !(ABefore & cSet) && Sleepers(ABefore) > 0 : Sleepers(ABefore) > Releases(ABefore))
+        FutexWake(AWord, AManualReset ? INT_MAX : 1);
+}
+
 } // namespace
 
 TZnKernelEvent::TZnKernelEvent(bool AManualReset, bool AInitialState)
@@ -65,30 +79,19 @@ TZnKernelEvent::~TZnKernelEvent()
         close(FFd);
 }
 
-/// The state that Set leaves. An auto-reset event with a sleeper releases it instead of being set.
-std::uint32_t TZnKernelEvent::AfterSet(std::uint32_t AState) const
-{
-    if (FManualReset)
-        return AState & cSet ? AState : (AState | cSet) + cOneRelease;
-    return Sleepers(AState) > Releases(AState) ? AState + cOneRelease : AState | cSet;
-}
-
-void TZnKernelEvent::WakeSleepers(std::uint32_t ABefore)
-{
-    if (FManualReset ? !(ABefore & cSet) && Sleepers(ABefore) > 0 : Sleepers(ABefore) > Releases(ABefore))
-        FutexWake(FState, FManualReset ? INT_MAX : 1);
-}
-
 void TZnKernelEvent::Set()
 {
+    const bool ManualReset = FManualReset;
     std::uint32_t State = FState.load(std::memory_order_relaxed);
     do {
         if (State & cHasFd)
             return SetWithFd();
         // Written even when the event is set: what this thread did before has to be seen by the
         // thread that the event lets through.
-    } while (!FState.compare_exchange_weak(State, AfterSet(State)));
-    WakeSleepers(State);
+    } while (!FState.compare_exchange_weak(State, AfterSet(State, ManualReset)));
+    // From here on a thread that was let through may have destroyed the event: only its address is
+    // used. A wake of an address that is something else by now wakes somebody for nothing.
+    WakeSleepers(FState, State, ManualReset);
 }
 
 void TZnKernelEvent::Reset()
@@ -177,11 +180,11 @@ void TZnKernelEvent::SetWithFd()
 {
     Zn::MutexLock Lock(FFdMutex);
     std::uint32_t State = FState.load(std::memory_order_relaxed);
-    while (!FState.compare_exchange_weak(State, AfterSet(State))) {
+    while (!FState.compare_exchange_weak(State, AfterSet(State, FManualReset))) {
     }
-    if (!(State & cSet) && (AfterSet(State) & cSet))
+    if (!(State & cSet) && (AfterSet(State, FManualReset) & cSet))
         eventfd_write(FFd, 1);
-    WakeSleepers(State);
+    WakeSleepers(FState, State, FManualReset);
 }
 
 /// True when the event was set.

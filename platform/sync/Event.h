@@ -44,8 +44,6 @@ public:
     void Unacquire() override;
 
 private:
-    std::uint32_t AfterSet(std::uint32_t AState) const;
-    void WakeSleepers(std::uint32_t ABefore);
     bool SleepUntilReleased(std::uint32_t AMilliseconds);
     bool SleepUntilConsumed(std::uint32_t AMilliseconds);
     bool Consume();

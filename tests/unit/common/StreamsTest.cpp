@@ -169,7 +169,7 @@ TEST(MemoryStream, RefusesWhatNoMemoryHolds)
 {
     TMemoryStream Stream;
     WriteText(Stream, "kept");
-    EXPECT_THROW(Stream.Reserve(std::int64_t{1} << 61), EOutOfMemory);
+    EXPECT_THROW(Stream.Reserve(INT64_MAX), EOutOfMemory);
     EXPECT_THROW(Stream.SetSize(INT64_MAX), EOutOfMemory);
     EXPECT_EQ(Content(Stream), "kept");
     EXPECT_EQ(Stream.GetSize(), 4);
