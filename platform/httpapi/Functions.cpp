@@ -2,9 +2,8 @@
 
 #include "platform/httpapi/Httpapi.h"
 
-#include <new>
-
 #include "platform/errors/Errors.h"
+#include "platform/httpapi/Guarded.h"
 #include "platform/httpapi/Limits.h"
 #include "platform/httpapi/OwnedRequest.h"
 #include "platform/httpapi/RequestBody.h"
@@ -12,22 +11,12 @@
 #include "platform/httpapi/Service.h"
 #include "platform/sync/Event.h"
 
+using Zn::Guarded;
 using Zn::QueueHandle;
 using Zn::Service;
 
 namespace
 {
-
-/// Memory is the one thing that makes the service's own code throw.
-template <class TWork>
-std::uint32_t Guarded(TWork AWork) noexcept
-{
-    try {
-        return AWork();
-    } catch (const std::bad_alloc&) {
-        return ERROR_NOT_ENOUGH_MEMORY;
-    }
-}
 
 bool IsKnownVersion(THTTPAPI_VERSION AVersion)
 {
@@ -394,22 +383,4 @@ std::uint32_t HttpWaitForDisconnectEx(THandle AReqQueueHandle, HTTP_CONNECTION_I
                                       std::uint32_t, OVERLAPPED* AOverlapped)
 {
     return HttpWaitForDisconnect(AReqQueueHandle, AConnectionId, AOverlapped);
-}
-
-std::uint32_t HttpQueryServiceConfiguration(THandle, THTTP_SERVICE_CONFIG_ID, const void*, std::uint32_t,
-                                            void*, std::uint32_t, std::uint32_t*, OVERLAPPED*)
-{
-    return ERROR_NOT_SUPPORTED;
-}
-
-std::uint32_t HttpSetServiceConfiguration(THandle, THTTP_SERVICE_CONFIG_ID, const void*, std::uint32_t,
-                                          OVERLAPPED*)
-{
-    return ERROR_NOT_SUPPORTED;
-}
-
-std::uint32_t HttpDeleteServiceConfiguration(THandle, THTTP_SERVICE_CONFIG_ID, const void*, std::uint32_t,
-                                             OVERLAPPED*)
-{
-    return ERROR_NOT_SUPPORTED;
 }

@@ -12,7 +12,10 @@
 /// Ownership: pointers inside a received THTTP_REQUEST point into the caller's own buffer.
 ///            What is passed to a send function only has to live until the call returns.
 
+#include <array>
 #include <cstdint>
+
+#include <sys/socket.h>
 
 #include "platform/sync/Handle.h"
 
@@ -194,8 +197,6 @@ struct THTTP_COOKED_URL
     const char16_t* pAbsPath;
     const char16_t* pQueryString;
 };
-
-struct sockaddr;
 
 struct THTTP_TRANSPORT_ADDRESS
 {
@@ -426,20 +427,146 @@ std::uint32_t ZnHttpQueryServiceLimits(TZnHttpServiceLimits* ALimits);
 /// 87 where a value is out of range.
 std::uint32_t ZnHttpSetServiceLimits(const TZnHttpServiceLimits* ALimits);
 
-/// The configuration lists: URL reservations, IP listen list, certificates. 50 (not supported) until the
-/// store has them.
+// --- Configuration: what outlives the process ---------------------------------------------------
+
+/// The service's three tables: URL reservations, IP listen list, certificates of ports. They stand in the
+/// state folder (ZN_STATE_DIR, else /var/lib/zn for root, else ~/.local/state/zn) and are shared by all
+/// processes of the machine or the user. The operations take service handle 0, no overlapped structure, and
+/// need no HttpInitialize. Texts are UTF-16 with a zero behind them.
+///
+/// A change takes effect with the next registration of a URL. Reservations are kept and listed; any
+/// user may register any URL, reserved or not.
 enum THTTP_SERVICE_CONFIG_ID : std::uint32_t {
     HttpServiceConfigIPListenList = 0,
     HttpServiceConfigSSLCertInfo = 1,
     HttpServiceConfigUrlAclInfo = 2
 };
+
+enum THTTP_SERVICE_CONFIG_QUERY_TYPE : std::uint32_t {
+    HttpServiceConfigQueryExact = 0, // the entry with KeyDesc
+    HttpServiceConfigQueryNext = 1   // entry dwToken, counted from 0
+};
+
+/// To add or delete an address that names, "+" and "*" listen on. The port in it has no say.
+struct THTTP_SERVICE_CONFIG_IP_LISTEN_PARAM
+{
+    std::uint16_t AddrLength;
+    const sockaddr* pAddress;
+};
+
+/// What a query of the IP listen list gives. It takes no input.
+struct THTTP_SERVICE_CONFIG_IP_LISTEN_QUERY
+{
+    std::uint32_t AddrCount;
+    sockaddr_storage AddrList[1]; // AddrCount of them
+};
+
+struct THTTP_SERVICE_CONFIG_SSL_KEY
+{
+    const sockaddr* pIpPort; // 0.0.0.0 or [::], and the port: a binding is for all addresses
+};
+
+inline constexpr std::uint32_t HTTP_SERVICE_CONFIG_SSL_FLAG_NEGOTIATE_CLIENT_CERT = 2;
+
+struct THTTP_SERVICE_CONFIG_SSL_PARAM
+{
+    std::uint32_t SslHashLength;        // 20
+    const void* pSslHash;               // SHA-1 of the certificate
+    std::array<std::uint8_t, 16> AppId; // who made the binding; kept, and otherwise without meaning
+    const char16_t* pSslCertStoreName;  // nullptr: "my"
+    std::uint32_t CertCheckMode;        // this one and the next four have to be 0: 50
+    std::uint32_t RevocationFreshnessTime;
+    std::uint32_t RevocationUrlRetrievalTimeout;
+    const char16_t* pSslCtlIdentifier;
+    const char16_t* pSslCtlStoreName;
+    std::uint32_t DefaultFlags; // HTTP_SERVICE_CONFIG_SSL_FLAG_NEGOTIATE_CLIENT_CERT, or 0
+};
+
+struct THTTP_SERVICE_CONFIG_SSL_SET
+{
+    THTTP_SERVICE_CONFIG_SSL_KEY KeyDesc;
+    THTTP_SERVICE_CONFIG_SSL_PARAM ParamDesc;
+};
+
+struct THTTP_SERVICE_CONFIG_SSL_QUERY
+{
+    THTTP_SERVICE_CONFIG_QUERY_TYPE QueryDesc;
+    THTTP_SERVICE_CONFIG_SSL_KEY KeyDesc;
+    std::uint32_t dwToken;
+};
+
+struct THTTP_SERVICE_CONFIG_URLACL_KEY
+{
+    const char16_t* pUrlPrefix;
+};
+
+struct THTTP_SERVICE_CONFIG_URLACL_PARAM
+{
+    const char16_t* pStringSecurityDescriptor;
+};
+
+/// In a query's answer the prefix follows the record at once, and the descriptor the prefix's zero.
+struct THTTP_SERVICE_CONFIG_URLACL_SET
+{
+    THTTP_SERVICE_CONFIG_URLACL_KEY KeyDesc;
+    THTTP_SERVICE_CONFIG_URLACL_PARAM ParamDesc;
+};
+
+struct THTTP_SERVICE_CONFIG_URLACL_QUERY
+{
+    THTTP_SERVICE_CONFIG_QUERY_TYPE QueryDesc;
+    THTTP_SERVICE_CONFIG_URLACL_KEY KeyDesc;
+    std::uint32_t dwToken;
+};
+
+/// 0, or: 122 with the length in AReturnLength where the buffer (aligned to 8) is too small; 2 where the
+/// table has no such entry, or the IP listen list is empty; 259 behind the last entry; 13 where the store's
+/// file is damaged.
 std::uint32_t HttpQueryServiceConfiguration(THandle AService, THTTP_SERVICE_CONFIG_ID AId, const void* AInput,
                                             std::uint32_t AInputLength, void* AOutput,
                                             std::uint32_t AOutputLength, std::uint32_t* AReturnLength,
                                             OVERLAPPED* AOverlapped);
+/// Adds an entry. 183 where it is there, 5 without the right to write to the state folder, 13 where the
+/// store's file is damaged (it stays as it is), 170 where another process holds it for 10 s. A binding: 1312
+/// where the store lacks the certificate or its key, 50 for what this service doesn't do.
 std::uint32_t HttpSetServiceConfiguration(THandle AService, THTTP_SERVICE_CONFIG_ID AId,
                                           const void* AInformation, std::uint32_t ALength,
                                           OVERLAPPED* AOverlapped);
+/// Deletes the entry with the record's key; what else stands in the record has no say. 2 where there is none.
 std::uint32_t HttpDeleteServiceConfiguration(THandle AService, THTTP_SERVICE_CONFIG_ID AId,
                                              const void* AInformation, std::uint32_t ALength,
                                              OVERLAPPED* AOverlapped);
+
+/// The certificates that ports can be bound to: PEM files with certificate, chain and key in the state
+/// folder, certificates/STORE/. Names of stores: letters, digits, "-", "_", "." and blanks, without regard to
+/// case; nullptr is "my". Thumbprints are the SHA-1 of the certificate, 40 lower-case hexadecimal digits;
+/// AThumbprint has room for 41 characters.
+///
+/// Numbers beside those of the tables: 87 for a host or a period that can't be, 123 for a store that can't
+/// be, 13 for a text without a certificate, 1312 for one without the certificate's key (or with a password on
+/// it).
+
+/// Makes a certificate for a name ("www.example.org", "*.example.org") or a literal address, signed by its
+/// own new key (ECDSA, P-256), good from now on for ADays.
+std::uint32_t ZnHttpCreateCertificate(const char* AHost, std::uint32_t ADays, const char* AStore,
+                                      char* AThumbprint);
+/// Adds a certificate, its chain and its key, in any order; takes the place of the same certificate.
+std::uint32_t ZnHttpImportCertificate(const char* APem, std::uint32_t ALength, const char* AStore,
+                                      char* AThumbprint);
+/// Bindings to it stay. 2 where there is none.
+std::uint32_t ZnHttpDeleteCertificate(const char* AStore, const char* AThumbprint);
+
+/// A certificate of the store. Texts are cut to their room, with a zero behind them.
+struct TZnHttpCertificate
+{
+    char Store[65];
+    char Thumbprint[41];
+    char Subject[512]; // RFC 4514
+    char Issuer[512];
+    char Names[2048];       // names and addresses of the server, ", " between them
+    std::int64_t NotBefore; // seconds since 1970
+    std::int64_t NotAfter;
+    bool HasKey;
+};
+/// Number AToken of a store's certificates, or of all stores' for nullptr; 259 behind the last.
+std::uint32_t ZnHttpQueryCertificate(const char* AStore, std::uint32_t AToken, TZnHttpCertificate* AResult);
