@@ -39,10 +39,15 @@ void AppendEscaped(std::string& APage, std::string_view AText)
 
 ErrorPage MakeErrorPage(std::string_view AAccept, const std::string& AText)
 {
+    return MakeErrorPage(AAccept, AText, AText);
+}
+
+ErrorPage MakeErrorPage(std::string_view AAccept, const std::string& AHtmlText, const std::string& AJsonText)
+{
     if (AAccept.find("json") != std::string_view::npos)
-        return {"application/json", TJSONString(AText).ToJSON()};
+        return {"application/json", TJSONString(AJsonText).ToJSON()};
     std::string Page(cPageHead);
-    AppendEscaped(Page, AText);
+    AppendEscaped(Page, AHtmlText);
     Page += cPageTail;
     return {"text/html", std::move(Page)};
 }

@@ -18,6 +18,8 @@ struct ErrorPage
 /// AText as a JSON string for a client whose Accept field contains "json" (with regard to case), else in
 /// an HTML page. AText is escaped: it may repeat what a client sent.
 ErrorPage MakeErrorPage(std::string_view AAccept, const std::string& AText);
+/// The same with a text for each form.
+ErrorPage MakeErrorPage(std::string_view AAccept, const std::string& AHtmlText, const std::string& AJsonText);
 
 /// "ERROR 404: message": the text for exceptions that carry a status.
 std::string NumberedErrorText(int ACode, const std::string& AMessage);

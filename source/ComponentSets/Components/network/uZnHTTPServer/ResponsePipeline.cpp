@@ -6,6 +6,7 @@
 #include "uZnHTTPServer/CurrentExchange.h"
 #include "uZnHTTPServer/ErrorPages.h"
 #include "uZnHTTPServer/Failures.h"
+#include "uZnHTTPServer/IncludeParser.h"
 #include "uZnHTTPServer/ResponseSender.h"
 #include "uZnHTTPServer/Server.h"
 #include "uZnHTTPServer/Worker.h"
@@ -68,7 +69,7 @@ void TZnCustomHTTPServer::DoOnResponse(TZnHTTPServerResponseThread& AResponseThr
     }
     if (Response->GetResponseType() == rtFile)
         FileLock.emplace(FFileSystemLock);
-    // Server-side includes join here: they replace the file by a stream, ahead of coding and ranges.
+    ExpandIncludes(*Response);
     if (Response->GetContentType().empty() || AResponseThread.GetTerminated())
         return;
     Sender.Send();
@@ -142,6 +143,14 @@ bool TZnCustomHTTPServer::RunAuthenticationStage(TZnHTTPServerResponseThread&, T
                                                  TZnHTTPServerResponse&)
 {
     return true;
+}
+
+/// Ahead of coding and ranges, which are about the page that is sent.
+void TZnCustomHTTPServer::ExpandIncludes(TZnHTTPServerResponse& AResponse)
+{
+    const TZnHTTPServerResponseType Type = AResponse.GetResponseType();
+    if ((Type == rtStream || Type == rtFile) && Zn::MayHoldDirectives(AResponse.GetResponseFileName()))
+        ParseSSI(AResponse);
 }
 
 void TZnCustomHTTPServer::RunHandler(TZnHTTPServerResponseThread& AResponseThread,

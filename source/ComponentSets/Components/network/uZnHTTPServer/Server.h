@@ -18,6 +18,7 @@
 #include "uZnHTTPServer/WorkerPool.h"
 
 class TZnHTTPServerListenThread;
+class TZnTextParser;
 class TZnHTTPServerResponseThread;
 
 /// Which operations of the HTTP service are used: a queue with URLs of its own, or a session with a
@@ -99,6 +100,12 @@ public:
     std::int64_t GetMaxBodySize() const { return FMaxBodySize; }
     void SetMaxBodySize(std::int64_t AValue);
 
+    /// Longest page in bytes that server-side includes are looked for in, and that they may make of it; a
+    /// longer one is answered with 500. Default 64 MiB, 0: no limit. Each page is held in memory while it is
+    /// sent.
+    std::int64_t GetMaxPageSize() const { return FMaxPageSize; }
+    void SetMaxPageSize(std::int64_t AValue);
+
     /// Workers made so far, and those of them that wait for a request. Any thread.
     std::size_t GetWorkerCount() { return FWorkerPool.GetWorkerCount(); }
     std::size_t GetIdleWorkerCount() { return FWorkerPool.GetIdleCount(); }
@@ -117,6 +124,21 @@ protected:
                               const TZnHTTPServerOnResponse& AOnResponse);
     /// Calls OnResponseRaw, or DoOnResponse if that has a handler. On a worker.
     virtual void DoOnResponseRaw(TZnHTTPServerResponseThread& AResponseThread);
+
+    /// Answers with the expansion of the file ResponseFileName, as a stream in memory; with a page of its
+    /// own, 500, when that fails. With a header "Zemvo-Cached" the expansion also takes the file's place on
+    /// disk. On a worker, for files ending in ".shtml" or ".htm".
+    void ParseSSI(TZnHTTPServerResponse& AResponse);
+    /// Runs one directive of the page AFileName. AParams are its parameters as name=value lines, AParser
+    /// stands behind it in the page; what it makes goes to AOutput. A command other than "include" makes
+    /// nothing.
+    void ProcessSSI(const std::string& AFileName, const std::string& ACommand, const TStringList& AParams,
+                    TZnTextParser& AParser, TStream& AOutput);
+    /// Opens a page (with an empty APath) or a file that a page includes: APath + AFileName, for reading. Any
+    /// worker, many at once. Override it to serve files from elsewhere: AFileName is what a page says,
+    /// unchecked. EFileNotFoundException for an included file becomes a text in the page; whatever else is
+    /// raised fails the page. Never returns null.
+    virtual std::unique_ptr<TStream> CreateFileStream(const std::string& APath, const std::string& AFileName);
 
     std::uint16_t FWindowsVersion;
     std::shared_ptr<IZnLogger> FLogger; // empty until the component has a name
@@ -156,6 +178,12 @@ private:
                                 TZnHTTPServerResponse& AResponse);
     void RunHandler(TZnHTTPServerResponseThread& AResponseThread, const TZnHTTPServerOnResponse& AOnResponse,
                     TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse);
+    void ExpandIncludes(TZnHTTPServerResponse& AResponse);
+
+    // Steps of ParseSSI (Includes.cpp)
+    void ExpandPage(TZnHTTPServerResponse& AResponse);
+    bool ExpandFile(const std::string& AFileName, TMemoryStream& AOutput);
+    void CheckPageSize(std::int64_t ASize) const;
 
     std::atomic<bool> FAcceptRequests{true}; // any thread; guards no other data
     THandle FReqQueue = 0;                   // not 0: active
@@ -169,6 +197,7 @@ private:
     TZnHTTPServerOnResponseRaw FOnResponseRaw;
     TZnHTTPServerOnResponse FOnResponse;
     std::int64_t FMaxBodySize = std::int64_t{1} << 30;
+    std::int64_t FMaxPageSize = std::int64_t{64} << 20;
     Zn::RequestBufferPool FRequestBuffers;
     Zn::WorkerPool FWorkerPool; // FWorkerThreadLock, FWorkerThreads, FIdleWorkerThreads
 };

@@ -1,0 +1,132 @@
+#include "uZnHTTPServer/IncludeParser.h"
+
+namespace Zn
+{
+namespace
+{
+
+constexpr std::string_view cDirectiveStart = "<!--#";
+constexpr std::string_view cDirectiveEnd = "-->";
+constexpr std::string_view cCommentStart = "<!-- ";
+constexpr std::string_view cCommentEnd = " -->";
+
+// What the marks stand for.
+constexpr TZnTextPosition cCopyFrom = tpMark1;
+constexpr TZnTextPosition cCandidate = tpMark2;
+constexpr TZnTextPosition cToken = tpMark3;
+
+/// Steps over the characters that AExpected begins with. True when these were all of it; else the current
+/// character is the first that differs, or the end.
+bool SkipExpected(TZnTextParser& AParser, std::string_view AExpected)
+{
+    for (const char Char : AExpected) {
+        if (!AParser.At(Char))
+            return false;
+        AParser.NextChar();
+    }
+    return true;
+}
+
+std::string AsComment(const std::string& AMarker)
+{
+    if (AMarker.starts_with(cCommentStart))
+        return AMarker;
+    return std::string(cCommentStart) + AMarker + std::string(cCommentEnd);
+}
+
+/// Goes behind the next AMarker, with the mark at its beginning; to the end when there is none.
+bool FindMarker(TZnTextParser& AText, const std::string& AMarker, TZnTextPosition AMark)
+{
+    while (true) {
+        AText.SkipUntil(AMarker.front());
+        if (AText.Eof())
+            return false;
+        AText.SetMark(AMark);
+        if (SkipExpected(AText, AMarker))
+            return true;
+    }
+}
+
+} // namespace
+
+bool MayHoldDirectives(std::string_view AFileName)
+{
+    return AFileName.ends_with(".shtml") || AFileName.ends_with(".htm");
+}
+
+bool DirectiveScanner::Next()
+{
+    FPage.SetMark(cCopyFrom);
+    try {
+        if (FindStart()) {
+            FText = FPage.Selected(cCopyFrom, cCandidate);
+            ReadDirective();
+            return true;
+        }
+    } catch (const EZnTextParserEOF&) {
+        FPage.Last(); // cut off: it stays as it stands, behind the text in front of it
+    }
+    FText = FPage.Selected(cCopyFrom, tpCurrent);
+    return false;
+}
+
+/// Goes behind the next "<!--#", with the candidate mark at its beginning. False at the end of the page.
+bool DirectiveScanner::FindStart()
+{
+    while (true) {
+        FPage.SkipUntil(cDirectiveStart.front());
+        if (FPage.Eof())
+            return false;
+        FPage.SetMark(cCandidate);
+        if (SkipExpected(FPage, cDirectiveStart))
+            return true;
+        if (FPage.Eof())
+            return false;
+        FPage.NextChar();
+    }
+}
+
+/// From behind "<!--#" to behind the ">" that ends the directive. EZnTextParserEOF when the page ends first.
+void DirectiveScanner::ReadDirective()
+{
+    FParams.Clear();
+    FPage.SetMark(cToken);
+    FPage.SkipUntil(' ');
+    FCommand = FPage.Selected(cToken, tpCurrent);
+    FPage.SkipBlanks();
+    while (FPage.PeekString(cDirectiveEnd.size()) != cDirectiveEnd) {
+        ReadParam();
+        FPage.SkipBlanks();
+    }
+    SkipExpected(FPage, cDirectiveEnd);
+}
+
+void DirectiveScanner::ReadParam()
+{
+    FPage.SetMark(cToken);
+    FPage.SkipUntil('=');
+    std::string Param(FPage.Selected(cToken, tpCurrent));
+    FPage.SkipUntil('"');
+    FPage.NextChar();
+    FPage.SetMark(cToken);
+    FPage.SkipUntil('"');
+    Param += '=';
+    Param += FPage.Selected(cToken, tpCurrent);
+    FPage.NextChar();
+    FParams.Add(std::move(Param));
+}
+
+std::string_view SelectPart(TZnTextParser& AText, const std::string& AStart, const std::string& AEnd)
+{
+    AText.First();
+    AText.SetMark(cCopyFrom);
+    if (!AStart.empty() && !FindMarker(AText, AsComment(AStart), cCopyFrom))
+        return {};
+    if (AEnd.empty())
+        AText.Last();
+    else
+        FindMarker(AText, AsComment(AEnd), cCandidate);
+    return AText.Selected(cCopyFrom, tpCurrent);
+}
+
+} // namespace Zn
