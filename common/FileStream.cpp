@@ -22,7 +22,11 @@ int OpenFile(const std::string& AFileName, std::uint32_t AMode)
     int Flags = O_RDWR | O_CREAT | O_TRUNC;
     if (!Create)
         Flags = (AMode & 3) == fmOpenRead ? O_RDONLY : (AMode & 3) == fmOpenWrite ? O_WRONLY : O_RDWR;
-    int Fd = open(AFileName.c_str(), Flags | O_CLOEXEC, 0666);
+    int Fd = -1;
+    errno = ENOENT;
+    // The system would take a name up to its NUL for the whole, and open another file than was asked for.
+    if (AFileName.find('\0') == std::string::npos)
+        Fd = open(AFileName.c_str(), Flags | O_CLOEXEC, 0666);
     struct stat Status;
     if (Fd >= 0 && fstat(Fd, &Status) == 0 && S_ISDIR(Status.st_mode)) {
         close(Fd);
