@@ -38,7 +38,6 @@ protected:
 class IThing : public virtual IInterface
 {
 public:
-    static constexpr TGUID IID{"0a0d76b2-ee1c-442b-a879-dc0cc1a608f5"};
     virtual int Number() = 0;
 };
 
@@ -184,6 +183,16 @@ TEST(Component, ReferencesDontFreeAnOrdinaryComponent)
     TComponent Owner;
     TZnComponent Owned(&Owner);
     EXPECT_THROW(Owned.SetAutoDestroy(true), EAssertionFailed);
+}
+
+TEST(Interfaces, GuidsKeepTheOrderInWhichTheyAreWritten)
+{
+    constexpr TGUID Id{"0a0d76b2-EE1C-442b-a879-dc0cc1a608f5"};
+    constexpr TGUID Lower{"0a0d76b2-ee1c-442b-a879-dc0cc1a608f5"};
+    EXPECT_EQ(Id.Bytes[0], 0x0A);
+    EXPECT_EQ(Id.Bytes[4], 0xEE);
+    EXPECT_EQ(Id.Bytes[15], 0xF5);
+    EXPECT_EQ(Id, Lower);
 }
 
 TEST(Persistent, AssignRefusesWhatDoesNotFit)

@@ -12,6 +12,21 @@
 namespace
 {
 
+// The lock analysis of the compiler knows no entering again, and loses a result that a test macro
+// looks at: these go past it.
+void Enter(TZnCriticalSection& ASection) ZN_NO_THREAD_SAFETY_ANALYSIS
+{
+    ASection.Enter();
+}
+void Leave(TZnCriticalSection& ASection) ZN_NO_THREAD_SAFETY_ANALYSIS
+{
+    ASection.Leave();
+}
+bool TryEnter(TZnCriticalSection& ASection, std::uint32_t AMilliseconds) ZN_NO_THREAD_SAFETY_ANALYSIS
+{
+    return ASection.TryEnter(AMilliseconds);
+}
+
 /// Runs ACall on a thread of its own and waits for it.
 void OnOtherThread(const std::function<void()>& ACall)
 {
@@ -23,23 +38,23 @@ void OnOtherThread(const std::function<void()>& ACall)
 TEST(CriticalSection, IsEnteredAgainByItsHolderOnly)
 {
     TZnCriticalSection Section;
-    Section.Enter();
-    ASSERT_TRUE(Section.TryEnter());
+    Enter(Section);
+    ASSERT_TRUE(TryEnter(Section, 0));
     auto TryElsewhere = [&](std::uint32_t AMilliseconds) {
         bool Entered = false;
         OnOtherThread([&] {
-            Entered = Section.TryEnter(AMilliseconds);
+            Entered = TryEnter(Section, AMilliseconds);
             if (Entered)
-                Section.Leave();
+                Leave(Section);
         });
         return Entered;
     };
     EXPECT_FALSE(TryElsewhere(0));
-    Section.Leave();
+    Leave(Section);
     auto Start = std::chrono::steady_clock::now();
     EXPECT_FALSE(TryElsewhere(20)) << "left once, entered twice";
     EXPECT_GE(std::chrono::steady_clock::now() - Start, std::chrono::milliseconds(20));
-    Section.Leave();
+    Leave(Section);
     EXPECT_TRUE(TryElsewhere(0));
 }
 
@@ -50,9 +65,9 @@ TEST(CriticalSection, TryEnterWaitsForTheHolder)
     int Counter = 0;
     auto Work = [&] {
         for (int i = 0; i < 2000; ++i) {
-            ASSERT_TRUE(Section.TryEnter(i % 2 ? 20000 : INFINITE));
+            ASSERT_TRUE(TryEnter(Section, i % 2 ? 20000 : INFINITE));
             ++Counter;
-            Section.Leave();
+            Leave(Section);
         }
     };
     std::thread A(Work), B(Work);
