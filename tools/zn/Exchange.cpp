@@ -31,6 +31,7 @@ void TExchange::Redirect(const std::string& ALocation)
     Response.SetStatusCode(301);
     Response.SetStatusDescription(HttpStatusMsg(301));
     Response.AddUnknownHeader("Location", ALocation);
+    Response.AddUnknownHeader("Cache-Control", "no-cache"); // folders come and go
     RespondText("See " + ALocation + "\n");
 }
 

@@ -19,17 +19,14 @@ void AddServeCommand(CLI::App& AApp, int& AExitCode)
         ->check(CLI::ExistingDirectory);
     Command->add_option("--bind", Options->Bindings, "URL to serve it at; may be repeated")
         ->type_name("URL")
-        ->take_all()
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->allow_extra_args(false) // one value each time: what follows is DIR
         ->capture_default_str();
     Command->add_flag("--v2", Options->VersionTwo,
                       "Use version 2 of the HTTP service (named queue of length 10)");
     Command->add_flag("--deflate", Options->Deflate, "Compress small text files for clients that take it");
     Command->add_option("--csp", Options->CSPLines, "Content-Security-Policy to send; may be repeated")
         ->type_name("LINE")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false);
     Command->add_option("--buffer", Options->BufferSize, "Room for one request's head, in bytes")
         ->type_name("BYTES")
         ->check(CLI::Range(1024, 1 << 20))

@@ -124,8 +124,10 @@ std::vector<TFolderItem> TSiteFolder::List(const TSiteEntry& AFolder, const std:
     // A descriptor of its own: reading a folder moves the position that all its duplicates share.
     const int Fd = openat(AFolder.Fd.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::unique_ptr<DIR, TDirCloser> Dir(Fd < 0 ? nullptr : fdopendir(Fd));
-    if (!Dir)
+    if (!Dir) {
+        const TFileDescriptor Unused(Fd);
         return Items;
+    }
     while (const dirent* Name = readdir(Dir.get())) {
         struct stat Stat
         {

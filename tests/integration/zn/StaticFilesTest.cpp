@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "tests/integration/zn/ServedSite.h"
 
@@ -38,6 +39,7 @@ protected:
         std::filesystem::create_symlink(Place->Path() / "secret.txt", Site / "absolute.txt");
         std::filesystem::create_symlink("../../secret.txt", Site / "sub/out.txt");
         std::filesystem::create_symlink("sub/../digits.txt", Site / "inside.txt");
+        ASSERT_EQ(mkfifo((Site / "sub/pipe").c_str(), 0600), 0); // opening it would wait for a writer
         Server = new TServedSite(Site, {"--deflate"});
     }
 
@@ -227,6 +229,7 @@ TEST_F(StaticFiles, NothingOutsideTheFolderIsReached)
                                "up/",
                                "absolute.txt",
                                "sub/out.txt",
+                               "sub/pipe",
                                ".hidden",
                                "sub/.git/config",
                                "sub/.git/",
@@ -256,7 +259,7 @@ TEST_F(StaticFiles, AFolderWithoutAnIndexListsWhatItServes)
     EXPECT_NE(Page.find("1 folder, 3 files"), std::string::npos) << Page;
     EXPECT_NE(Page.find("&lt;b&gt;&amp;&quot;&#39;#?%41.txt"), std::string::npos) << Page;
     EXPECT_EQ(Page.find("<b>"), std::string::npos);
-    for (const char* Absent : {".git", "out.txt"})
+    for (const char* Absent : {".git", "out.txt", "pipe"})
         EXPECT_EQ(Page.find(Absent), std::string::npos) << Absent;
     const auto Position = [](const std::string& APage, const char* AName) {
         const std::size_t Found = APage.find(AName);
