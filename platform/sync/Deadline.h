@@ -15,8 +15,9 @@ namespace Zn
 class Deadline
 {
 public:
-    /// 0 has passed at once, INFINITE never passes.
-    explicit Deadline(std::uint32_t AMilliseconds) : FInfinite(AMilliseconds == INFINITE)
+    /// 0 has passed at once; INFINITE never passes, nor does what is 24.8 days away or more (0x7FFFFFFF): a
+    /// timer that never fires would be set and taken back at each wait.
+    explicit Deadline(std::uint32_t AMilliseconds) : FInfinite(AMilliseconds >= 0x7FFFFFFF)
     {
         if (!FInfinite && AMilliseconds != 0)
             FEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(AMilliseconds);

@@ -80,6 +80,7 @@ void FindCommonFunctions()
     if (ZnGetWindowsVersion() >= cFirstReleaseDisconnectEx)
         ZN_FIND(HttpWaitForDisconnectEx);
     FindOptional(HttpApi.ZnHttpDropRequest, "ZnHttpDropRequest");
+    FindOptional(HttpApi.ZnHttpSetPortCertificate, "ZnHttpSetPortCertificate");
 }
 
 void OpenLibrary()

@@ -45,6 +45,8 @@ struct HttpApiSlots
 
     // Optional: a service without it leaves a client waiting where a request gets no answer.
     decltype(&::ZnHttpDropRequest) ZnHttpDropRequest = nullptr;
+    // Optional: needed only by a server that brings certificates of its own.
+    decltype(&::ZnHttpSetPortCertificate) ZnHttpSetPortCertificate = nullptr;
 };
 
 /// Filled by LoadHttpApi. Read by every thread of a server: it stays as it is from the first

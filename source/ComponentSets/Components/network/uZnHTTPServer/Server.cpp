@@ -98,6 +98,7 @@ void TZnCustomHTTPServer::Initialize()
                         "your application as a 64 bit application!");
     Zn::LoadHttpApi();
     try {
+        FPortCertificates.Apply();
         TZnHTTPServerSSLModes Seen;
         if (Zn::SelectedServerVersion() == HTTPServerV1) {
             OpenQueueV1(Seen);

@@ -13,6 +13,7 @@
 #include "common/Logger.h"
 #include "common/Set.h"
 #include "common/StringList.h"
+#include "uZnHTTPServer/PortCertificates.h"
 #include "uZnHTTPServer/RequestBuffers.h"
 #include "uZnHTTPServer/Response.h"
 #include "uZnHTTPServer/WorkerPool.h"
@@ -86,6 +87,13 @@ public:
     void SetOnResponse(TZnHTTPServerOnResponse AValue);
     const TZnHTTPServerOnResponseRaw& GetOnResponseRaw() const { return FOnResponseRaw; }
     void SetOnResponseRaw(TZnHTTPServerOnResponseRaw AValue);
+
+    /// The certificate of an https port. While the server is active, connections to come use it. Raises
+    /// EZnHTTPException 1312 when certificate and key are not each other's; so does SetActive otherwise.
+    void SetPortCertificate(TZnHTTPPortCertificate ACertificate)
+    {
+        FPortCertificates.Set(std::move(ACertificate));
+    }
 
     /// Each line becomes a Content-Security-Policy field of every response. Default empty. The list
     /// itself: on an active server it is changed under CSPDirectivesLock only.
@@ -190,6 +198,7 @@ private:
     HTTP_SERVER_SESSION_ID FServerSessionId = 0;
     HTTP_URL_GROUP_ID FHttpGroupID = 0;
     TStringList FBindings{"http://localhost:8080/localserver/"};
+    Zn::PortCertificates FPortCertificates;
     bool FListening = false; // the URLs are registered
     std::unique_ptr<TZnHTTPServerListenThread> FListenThread;
     TZnCriticalSection FCSPDirectivesLock;
