@@ -1,15 +1,16 @@
 #include "platform/httpapi/Listeners.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include "platform/errors/Errors.h"
+#include "platform/httpapi/Endpoint.h"
 #include "platform/httpapi/Poller.h"
+#include "platform/httpapi/config/Configuration.h"
 
 namespace Zn
 {
@@ -19,83 +20,70 @@ namespace
 constexpr int Backlog = 4096; // the system cuts it to its own limit
 
 /// The addresses on which a prefix's host is listened to; "" is every one.
-std::vector<std::string> AddressesOf(const std::string& AHost)
+std::uint32_t AddressesOf(const std::string& AHost, std::vector<std::string>& AResult)
 {
+    const bool IsBracketed = AHost.size() > 2 && AHost.front() == '[';
+    const std::string Literal = IsBracketed ? AHost.substr(1, AHost.size() - 2) : AHost;
     if (AHost == "localhost")
-        return {"127.0.0.1", "::1"};
-    if (AHost.size() > 2 && AHost.front() == '[')
-        return {AHost.substr(1, AHost.size() - 2)};
-    in_addr Literal{};
-    if (inet_pton(AF_INET, AHost.c_str(), &Literal) == 1)
-        return {AHost};
-    return {""};
+        AResult = {"127.0.0.1", "::1"};
+    else if (EndpointFromText(Literal, 0))
+        AResult = {Literal};
+    else if (const std::uint32_t Result = LoadListenAddresses(AResult); Result != NO_ERROR)
+        return Result;
+    else if (AResult.empty())
+        AResult = {""};
+    return NO_ERROR;
 }
 
-struct Endpoint
+bool IsIPv6(const std::string& AAddress)
 {
-    sockaddr_storage Address{};
-    socklen_t Length = 0;
-};
-
-Endpoint IPv4(const std::string& AAddress, std::uint16_t APort)
-{
-    Endpoint Result;
-    auto& Address = reinterpret_cast<sockaddr_in&>(Result.Address);
-    Address.sin_family = AF_INET;
-    Address.sin_port = htons(APort);
-    Address.sin_addr.s_addr = htonl(INADDR_ANY);
-    if (!AAddress.empty())
-        inet_pton(AF_INET, AAddress.c_str(), &Address.sin_addr);
-    Result.Length = sizeof Address;
-    return Result;
+    return AAddress.find(':') != std::string::npos;
 }
 
-Endpoint IPv6(const std::string& AAddress, std::uint16_t APort)
+/// Whether a socket on A takes what comes to B as well: the system then refuses to have both.
+bool Covers(const std::string& A, const std::string& B)
 {
-    Endpoint Result;
-    auto& Address = reinterpret_cast<sockaddr_in6&>(Result.Address);
-    Address.sin6_family = AF_INET6;
-    Address.sin6_port = htons(APort);
-    Address.sin6_addr = in6addr_any;
-    if (!AAddress.empty())
-        inet_pton(AF_INET6, AAddress.c_str(), &Address.sin6_addr);
-    Result.Length = sizeof Address;
-    return Result;
+    return A.empty() || A == B || (A == "0.0.0.0" && !B.empty() && !IsIPv6(B)) || (A == "::" && IsIPv6(B));
 }
 
 /// A listening descriptor, or -1 with errno.
-int Listen(const Endpoint& AEndpoint)
+int Listen(const Endpoint& AEndpoint, bool ABothFamilies)
 {
     const int Fd = socket(AEndpoint.Address.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (Fd < 0)
         return -1;
     const int On = 1;
-    const int Off = 0;
+    const int IPv6Only = ABothFamilies ? 0 : 1;
     setsockopt(Fd, SOL_SOCKET, SO_REUSEADDR, &On, sizeof On);
     setsockopt(Fd, IPPROTO_TCP, 1 /* TCP_NODELAY, inherited by what is accepted */, &On, sizeof On);
     if (AEndpoint.Address.ss_family == AF_INET6)
-        setsockopt(Fd, IPPROTO_IPV6, IPV6_V6ONLY, &Off, sizeof Off);
-    if (bind(Fd, reinterpret_cast<const sockaddr*>(&AEndpoint.Address), AEndpoint.Length) == 0 &&
-        listen(Fd, Backlog) == 0)
+        setsockopt(Fd, IPPROTO_IPV6, IPV6_V6ONLY, &IPv6Only, sizeof IPv6Only);
+    if (bind(Fd, AEndpoint.Get(), AEndpoint.Length) == 0 && listen(Fd, Backlog) == 0)
         return Fd;
-    const int Error = errno;
+    // A link-local address whose interface isn't there has no error of its own.
+    const int Error = errno == EINVAL || errno == ENODEV ? EADDRNOTAVAIL : errno;
     close(Fd);
     errno = Error;
     return -1;
 }
 
-bool LacksIPv6(int AError)
-{
-    return AError == EAFNOSUPPORT || AError == EADDRNOTAVAIL || AError == EPROTONOSUPPORT;
-}
-
 int ListenOn(const std::string& AAddress, std::uint16_t APort)
 {
-    if (!AAddress.empty())
-        return Listen(AAddress.find(':') == std::string::npos ? IPv4(AAddress, APort)
-                                                              : IPv6(AAddress, APort));
-    const int Fd = Listen(IPv6("", APort)); // both families on one socket
-    return Fd < 0 && LacksIPv6(errno) ? Listen(IPv4("", APort)) : Fd;
+    if (!AAddress.empty()) {
+        Endpoint Local = EndpointFromText(AAddress, APort).value_or(Endpoint{});
+        CompleteScope(Local);
+        return Listen(Local, false);
+    }
+    const int Fd = Listen(*EndpointFromText("::", APort), true); // both families on one socket
+    return Fd < 0 && (errno == EAFNOSUPPORT || errno == EADDRNOTAVAIL)
+               ? Listen(*EndpointFromText("0.0.0.0", APort), false)
+               : Fd;
+}
+
+/// The numbers that mean that this machine, just now, hasn't got the address.
+bool IsAbsence(std::uint32_t AResult)
+{
+    return AResult == WSAEADDRNOTAVAIL || AResult == WSAEAFNOSUPPORT || AResult == WSAEPROTONOSUPPORT;
 }
 
 } // namespace
@@ -109,12 +97,16 @@ Listeners::~Listeners()
 
 std::uint32_t Listeners::Add(const std::string& AHost, std::uint16_t APort)
 {
+    Wish New{AHost, {}};
+    if (const std::uint32_t Result = AddressesOf(AHost, New.Addresses); Result != NO_ERROR)
+        return Result;
     Port& Entry = FPorts[APort];
-    for (const std::string& Each : AddressesOf(AHost))
-        Entry.Wanted.insert(Each);
+    Entry.Wishes.push_back(std::move(New));
     const std::uint32_t Result = Reconcile(Entry, APort);
-    if (Result != NO_ERROR)
-        Remove(AHost, APort);
+    if (Result != NO_ERROR) {
+        Entry.Wishes.pop_back();
+        Settle(APort);
+    }
     return Result;
 }
 
@@ -123,45 +115,74 @@ void Listeners::Remove(const std::string& AHost, std::uint16_t APort)
     const auto Found = FPorts.find(APort);
     if (Found == FPorts.end())
         return;
-    Port& Entry = Found->second;
-    for (const std::string& Each : AddressesOf(AHost))
-        if (const auto Wish = Entry.Wanted.find(Each); Wish != Entry.Wanted.end())
-            Entry.Wanted.erase(Wish);
-    Reconcile(Entry, APort);
-    if (Entry.Wanted.empty())
-        FPorts.erase(Found);
+    std::vector<Wish>& Wishes = Found->second.Wishes;
+    const auto Old =
+        std::find_if(Wishes.begin(), Wishes.end(), [&](const Wish& AWish) { return AWish.Host == AHost; });
+    if (Old != Wishes.end())
+        Wishes.erase(Old);
+    Settle(APort);
 }
 
-/// Closes what nobody wants any more, then opens what is missing.
+/// Behind the end of a wish.
+void Listeners::Settle(std::uint16_t APort)
+{
+    Port& Entry = FPorts[APort];
+    Reconcile(Entry, APort);
+    if (Entry.Wishes.empty())
+        FPorts.erase(APort);
+}
+
+/// Closes what nobody wants any more, then opens what is missing. A wish is content with one of its addresses
+/// where the machine lacks the others: "localhost" without IPv6, a listen list with the address of another
+/// network.
 std::uint32_t Listeners::Reconcile(Port& APort, std::uint16_t ANumber)
 {
-    std::set<std::string> Target;
-    if (APort.Wanted.contains(""))
-        Target.insert("");
-    else
-        Target.insert(APort.Wanted.begin(), APort.Wanted.end());
+    const std::set<std::string> Target = WantedAddresses(APort);
     std::erase_if(APort.Open, [&](const auto& AEntry) {
         if (Target.contains(AEntry.first))
             return false;
         CloseOne(AEntry.second);
         return true;
     });
-    for (const std::string& Each : Target)
-        if (!APort.Open.contains(Each))
-            if (const std::uint32_t Result = OpenOne(APort, ANumber, Each); Result != NO_ERROR)
-                return Result;
-    return NO_ERROR;
+    std::uint32_t Absence = NO_ERROR;
+    for (const std::string& Each : Target) {
+        if (APort.Open.contains(Each))
+            continue;
+        const std::uint32_t Result = OpenOne(APort, ANumber, Each);
+        if (Result != NO_ERROR && !IsAbsence(Result))
+            return Result;
+        Absence = Result != NO_ERROR ? Result : Absence;
+    }
+    const auto IsServed = [&](const Wish& AWish) {
+        return std::any_of(AWish.Addresses.begin(), AWish.Addresses.end(), [&](const std::string& AAddress) {
+            return std::any_of(APort.Open.begin(), APort.Open.end(),
+                               [&](const auto& AOpen) { return Covers(AOpen.first, AAddress); });
+        });
+    };
+    return std::all_of(APort.Wishes.begin(), APort.Wishes.end(), IsServed) ? std::uint32_t{NO_ERROR}
+                                                                           : Absence;
+}
+
+/// What is to be open: all that is wished for, without what something else covers.
+std::set<std::string> Listeners::WantedAddresses(const Port& APort)
+{
+    std::set<std::string> Result;
+    for (const Wish& Each : APort.Wishes)
+        Result.insert(Each.Addresses.begin(), Each.Addresses.end());
+    const std::set<std::string> All = Result;
+    std::erase_if(Result, [&](const std::string& AAddress) {
+        return std::any_of(All.begin(), All.end(), [&](const std::string& AOther) {
+            return AOther != AAddress && Covers(AOther, AAddress);
+        });
+    });
+    return Result;
 }
 
 std::uint32_t Listeners::OpenOne(Port& APort, std::uint16_t ANumber, const std::string& AAddress)
 {
     const int Fd = ListenOn(AAddress, ANumber);
-    if (Fd < 0) {
-        // "localhost" is content with one family.
-        if (AAddress == "::1" && LacksIPv6(errno) && APort.Open.contains("127.0.0.1"))
-            return NO_ERROR;
+    if (Fd < 0)
         return SocketErrorFromErrno(errno);
-    }
     APort.Open.emplace(AAddress, Fd);
     FPoller.AddListener(Fd);
     return NO_ERROR;

@@ -11,9 +11,10 @@ namespace Zn
 
 class Poller;
 
-/// The listening sockets, by what the registered prefixes want: a port on every address, on the loopback
-/// ("localhost") or on one literal address. A socket is open as long as a prefix wants it; when a port is
-/// wanted on every address, one socket serves it for all (the system refuses to mix both).
+/// The listening sockets, by what the registered prefixes want: a port on the loopback ("localhost"), on one
+/// literal address, or (names, "+" and "*") on the addresses of the IP listen list as it was when the prefix
+/// came, on every address where the list is empty. A socket is open as long as a prefix wants it; when a port
+/// is wanted on every address, one socket serves it for all (the system refuses to mix both).
 ///
 /// Threads: guarded by the service's configuration lock.
 class Listeners
@@ -25,7 +26,8 @@ public:
     ~Listeners();
 
     /// AHost as a prefix has it: "+", "*", a name, or a literal ("127.0.0.1", "[::1]"). 0, or the platform's
-    /// number (10048 when the port is in use, 10013 without the right to it); then nothing has changed.
+    /// number (10048 when the port is in use, 10013 without the right to it, 10049 when the machine has none
+    /// of the addresses, 13 when the listen list can't be read); then nothing has changed.
     std::uint32_t Add(const std::string& AHost, std::uint16_t APort);
     void Remove(const std::string& AHost, std::uint16_t APort);
 
@@ -33,12 +35,19 @@ public:
     bool Wants(std::uint16_t APort) const { return FPorts.contains(APort); }
 
 private:
+    struct Wish
+    {
+        std::string Host;                   // as it came to Add
+        std::vector<std::string> Addresses; // "" is every one
+    };
     struct Port
     {
-        std::multiset<std::string> Wanted; // addresses: "" is every one
-        std::map<std::string, int> Open;   // address -> listening descriptor
+        std::vector<Wish> Wishes;
+        std::map<std::string, int> Open; // address -> listening descriptor
     };
     std::uint32_t Reconcile(Port& APort, std::uint16_t ANumber);
+    void Settle(std::uint16_t APort);
+    static std::set<std::string> WantedAddresses(const Port& APort);
     std::uint32_t OpenOne(Port& APort, std::uint16_t ANumber, const std::string& AAddress);
     void CloseOne(int AFd);
 
