@@ -1,49 +1,67 @@
 #include "platform/iphelper/AddressParse.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace
 {
 
-bool IsDigit(char16_t AChar)
+template <typename C>
+bool IsDigit(C AChar)
 {
-    return AChar >= u'0' && AChar <= u'9';
+    return AChar >= '0' && AChar <= '9';
 }
 
-int HexDigit(char16_t AChar)
+/// The value of each ASCII character as a hexadecimal digit; -1 for none.
+constexpr std::array<std::int8_t, 128> HexDigits()
 {
-    if (IsDigit(AChar))
-        return AChar - u'0';
-    const char16_t Lower = AChar | 0x20;
-    return Lower >= u'a' && Lower <= u'f' ? Lower - u'a' + 10 : -1;
+    std::array<std::int8_t, 128> Values;
+    Values.fill(-1);
+    for (std::int8_t Digit = 0; Digit < 10; ++Digit)
+        Values[static_cast<std::size_t>('0' + Digit)] = Digit;
+    for (std::int8_t Digit = 10; Digit < 16; ++Digit) {
+        Values[static_cast<std::size_t>('a' + Digit - 10)] = Digit;
+        Values[static_cast<std::size_t>('A' + Digit - 10)] = Digit;
+    }
+    return Values;
+}
+
+constexpr std::array<std::int8_t, 128> cHexDigits = HexDigits();
+
+template <typename C>
+int HexDigit(C AChar)
+{
+    const auto Index = static_cast<std::make_unsigned_t<C>>(AChar);
+    return Index < cHexDigits.size() ? cHexDigits[Index] : -1;
 }
 
 /// Four decimal numbers with dots into AOut. The characters taken, 0 for no address.
-std::size_t ParseDotted(std::u16string_view AText, std::uint8_t* AOut)
+template <typename C>
+std::size_t ParseDotted(std::basic_string_view<C> AText, std::uint8_t* AOut)
 {
     std::size_t Index = 0;
     for (int Part = 0; Part < 4; ++Part) {
         if (Part > 0) {
-            if (Index >= AText.size() || AText[Index] != u'.')
+            if (Index >= AText.size() || AText[Index] != '.')
                 return 0;
             ++Index;
         }
         unsigned Value = 0;
         const std::size_t Begin = Index;
         while (Index < AText.size() && Index - Begin < 3 && IsDigit(AText[Index]))
-            Value = Value * 10 + (AText[Index++] - u'0');
-        if (Index == Begin || Value > 255 || (Index - Begin > 1 && AText[Begin] == u'0'))
+            Value = Value * 10 + static_cast<unsigned>(AText[Index++] - '0');
+        if (Index == Begin || Value > 255 || (Index - Begin > 1 && AText[Begin] == '0'))
             return 0;
         AOut[Part] = static_cast<std::uint8_t>(Value);
     }
     return Index < AText.size() && IsDigit(AText[Index]) ? 0 : Index;
 }
 
-} // namespace
-
-std::size_t Zn::ParseAddress(std::u16string_view AText, in_addr& AAddress)
+template <typename C>
+std::size_t Parse(std::basic_string_view<C> AText, in_addr& AAddress)
 {
     std::uint8_t Bytes[4];
     const std::size_t Length = ParseDotted(AText, Bytes);
@@ -52,44 +70,49 @@ std::size_t Zn::ParseAddress(std::u16string_view AText, in_addr& AAddress)
     return Length;
 }
 
-std::size_t Zn::ParseAddress(std::u16string_view AText, IN6_ADDR& AAddress)
+template <typename C>
+std::size_t Parse(std::basic_string_view<C> AText, IN6_ADDR& AAddress)
 {
     std::uint8_t Bytes[16] = {};
     std::size_t Count = 0; // bytes that have been read
     std::size_t Gap = 16;  // where "::" stood, in bytes; 16 for nowhere
     std::size_t Index = 0;
-    const auto At = [AText](std::size_t APosition, char16_t AChar) {
+    const auto At = [AText](std::size_t APosition, char AChar) {
         return APosition < AText.size() && AText[APosition] == AChar;
     };
 
-    if (At(0, u':')) {
-        if (!At(1, u':'))
+    if (At(0, ':')) {
+        if (!At(1, ':'))
             return 0;
         Gap = 0;
         Index = 2;
     }
     while (Count < 16) {
-        // An IPv4 address may stand in the last four bytes.
-        const std::size_t Dotted = Count <= 12 ? ParseDotted(AText.substr(Index), Bytes + Count) : 0;
-        if (Dotted > 0) {
-            Count += 4;
-            Index += Dotted;
-            break;
-        }
         unsigned Group = 0;
         const std::size_t Begin = Index;
-        while (Index < AText.size() && Index - Begin < 4 && HexDigit(AText[Index]) >= 0)
-            Group = Group << 4 | static_cast<unsigned>(HexDigit(AText[Index++]));
+        for (int Digit; Index < AText.size() && Index - Begin < 4; ++Index) {
+            if ((Digit = HexDigit(AText[Index])) < 0)
+                break;
+            Group = Group << 4 | static_cast<unsigned>(Digit);
+        }
         if (Index == Begin) {
             if (Gap == Count)
                 break; // the text ends in "::"
             return 0;
         }
+        if (At(Index, '.') && Count <= 12) {
+            // What looked like a group may be an IPv4 address, for the last four bytes.
+            if (const std::size_t Dotted = ParseDotted(AText.substr(Begin), Bytes + Count)) {
+                Count += 4;
+                Index = Begin + Dotted;
+                break;
+            }
+        }
         Bytes[Count++] = static_cast<std::uint8_t>(Group >> 8);
         Bytes[Count++] = static_cast<std::uint8_t>(Group & 0xFF);
-        if (!At(Index, u':') || Count == 16)
+        if (!At(Index, ':') || Count == 16)
             break;
-        if (At(Index + 1, u':')) {
+        if (At(Index + 1, ':')) {
             if (Gap != 16)
                 break; // a second "::" is no part of the address
             Gap = Count;
@@ -108,4 +131,26 @@ std::size_t Zn::ParseAddress(std::u16string_view AText, IN6_ADDR& AAddress)
     }
     std::memcpy(&AAddress, Bytes, sizeof(Bytes));
     return Index;
+}
+
+} // namespace
+
+std::size_t Zn::ParseAddress(std::string_view AText, in_addr& AAddress)
+{
+    return Parse(AText, AAddress);
+}
+
+std::size_t Zn::ParseAddress(std::string_view AText, IN6_ADDR& AAddress)
+{
+    return Parse(AText, AAddress);
+}
+
+std::size_t Zn::ParseAddress(std::u16string_view AText, in_addr& AAddress)
+{
+    return Parse(AText, AAddress);
+}
+
+std::size_t Zn::ParseAddress(std::u16string_view AText, IN6_ADDR& AAddress)
+{
+    return Parse(AText, AAddress);
 }

@@ -13,6 +13,8 @@ namespace Zn
 ///
 /// IPv4 is four decimal numbers from 0 to 255 without leading zeros, which some readers take for octal.
 /// IPv6 is what RFC 4291, 2.2 allows, without brackets and scope.
+std::size_t ParseAddress(std::string_view AText, in_addr& AAddress);
+std::size_t ParseAddress(std::string_view AText, IN6_ADDR& AAddress);
 std::size_t ParseAddress(std::u16string_view AText, in_addr& AAddress);
 std::size_t ParseAddress(std::u16string_view AText, IN6_ADDR& AAddress);
 

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "platform/errors/Errors.h"
-#include "platform/iphelper/AddressParse.h"
 #include "platform/iphelper/Exports.h"
 #include "platform/iphelper/Functions.h"
 #include "platform/text/Unicode.h"
@@ -38,29 +37,6 @@ TNode* NewNode(int AFamily)
     Node->Info.ai_family = AFamily;
     Node->Info.ai_addr = reinterpret_cast<sockaddr*>(&Node->Address);
     Node->Info.ai_addrlen = AFamily == AF_INET ? sizeof(sockaddr_in) : sizeof(sockaddr_in6);
-    return Node;
-}
-
-/// An address text that needs no resolver; nullptr for anything else.
-TNode* NodeFromLiteral(std::u16string_view AName, const ADDRINFOW& AHints)
-{
-    TNode* Node = nullptr;
-    in_addr V4;
-    IN6_ADDR V6;
-    if (AHints.ai_family != AF_INET6 && Zn::ParseAddress(AName, V4) == AName.size()) {
-        Node = NewNode(AF_INET);
-        Node->Address.V4 = {};
-        Node->Address.V4.sin_family = AF_INET;
-        Node->Address.V4.sin_addr = V4;
-    } else if (AHints.ai_family != AF_INET && Zn::ParseAddress(AName, V6) == AName.size()) {
-        Node = NewNode(AF_INET6);
-        Node->Address.V6.sin6_family = AF_INET6;
-        Node->Address.V6.sin6_addr = V6;
-    } else {
-        return nullptr;
-    }
-    Node->Info.ai_socktype = AHints.ai_socktype;
-    Node->Info.ai_protocol = AHints.ai_protocol;
     return Node;
 }
 
@@ -114,12 +90,6 @@ int GetAddrInfoW(const char16_t* AName, const char16_t* AService, const ADDRINFO
     *AResult = nullptr;
     const ADDRINFOW Hints = AHints ? *AHints : ADDRINFOW{};
     try {
-        if (AName && !AService) {
-            if (TNode* const Node = NodeFromLiteral(AName, Hints)) {
-                *AResult = &Node->Info;
-                return NO_ERROR;
-            }
-        }
         const std::string Name = AName ? Zn::Utf8FromUtf16(AName) : std::string();
         const std::string Service = AService ? Zn::Utf8FromUtf16(AService) : std::string();
         addrinfo* List = nullptr;

@@ -139,6 +139,7 @@ TEST(NameResolution, AsksTheSystem)
     EXPECT_EQ(Scope, 7);
     EXPECT_EQ(ZnResolveHostName("localhost").substr(0, 4), "127.");
     EXPECT_FALSE(ZnStrToIPAddr("not a name", V4));
+    EXPECT_FALSE(ZnStrToIPAddr(std::string("localhost\0x", 11), V4));
     EXPECT_FALSE(ZnStrToIPAddr("::1", V4)) << "the other family";
     EXPECT_FALSE(ZnStrToIPAddr("127.0.0.1", V6));
 }

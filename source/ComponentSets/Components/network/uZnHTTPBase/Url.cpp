@@ -35,9 +35,9 @@ std::uint16_t DefaultPort(std::string_view AScheme)
 class TURLReader
 {
 public:
-    explicit TURLReader(TZnTextParser& AParser) : FParser(AParser) {}
+    TURLReader(TZnTextParser& AParser, TZnURLData& AData) : FParser(AParser), FData(AData) {}
 
-    TZnURLData Read()
+    void Read()
     {
         ReadScheme();
         ReadAuthority();
@@ -53,7 +53,6 @@ public:
         ReadQueryAndFragment();
         FillDerivedFields();
         FData.URL = FParser.Text();
-        return std::move(FData);
     }
 
 private:
@@ -204,16 +203,18 @@ private:
     }
 
     TZnTextParser& FParser;
-    TZnURLData FData;
+    TZnURLData& FData;
 };
 
 TZnURLData Decode(TZnTextParser& AParser)
 {
+    TZnURLData Data;
     try {
-        return TURLReader(AParser).Read();
+        TURLReader(AParser, Data).Read();
     } catch (const Exception&) {
         throw EInvalidArgument("The provided URL is not a valid URL!");
     }
+    return Data;
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "common/Encoding.h"
 #include "common/Exceptions.h"
 #include "common/Text.h"
+#include "platform/iphelper/AddressParse.h"
 #include "uZnIPHelper/SystemFunctions.h"
 
 namespace
@@ -13,13 +14,15 @@ namespace
 
 /// Asks the system for AText's first address of the family that T is for.
 template <typename T>
-bool ResolveBySystem(const std::u16string& AText, int AFamily, T& AAddress)
+bool ResolveBySystem(const std::string& AText, int AFamily, T& AAddress)
 {
+    if (AText.find('\0') != std::string::npos)
+        return false; // the resolver would see its front only
     const Zn::TSystemFunctions& Functions = Zn::SystemFunctions();
     ADDRINFOW Hints{};
     Hints.ai_family = AFamily;
     ADDRINFOW* List = nullptr;
-    if (Functions.GetAddrInfoW(AText.c_str(), nullptr, &Hints, &List) != 0)
+    if (Functions.GetAddrInfoW(Utf16FromUtf8(AText).c_str(), nullptr, &Hints, &List) != 0)
         return false;
     const ADDRINFOW* Entry = List;
     while (Entry && Entry->ai_family != AFamily)
@@ -75,10 +78,13 @@ bool ZnStrToIPAddr(const std::string& AText, in_addr& AAddress)
         return false;
     InitializeWinsock();
     AAddress = {};
-    const std::u16string Text = Utf16FromUtf8(AText);
     if (Zn::SystemFunctions().GetAddrInfoW) {
+        // Address text means the same to every resolver, and needs none.
+        if (Zn::ParseAddress(AText, AAddress) == AText.size())
+            return true;
+        AAddress = {};
         sockaddr_in Found;
-        if (!ResolveBySystem(Text, AF_INET, Found))
+        if (!ResolveBySystem(AText, AF_INET, Found))
             return false;
         AAddress = Found.sin_addr;
         return true;
@@ -88,6 +94,7 @@ bool ZnStrToIPAddr(const std::string& AText, in_addr& AAddress)
     const auto Parse = Zn::SystemFunctions().RtlIpv4StringToAddressW;
     if (!Parse)
         RaiseNotSupported();
+    const std::u16string Text = Utf16FromUtf8(AText);
     const char16_t* End = nullptr;
     in_addr Found{};
     if (Parse(Text.c_str(), true, &End, &Found) != 0 || *End != 0)
@@ -110,8 +117,11 @@ bool ZnStrToIPAddr(const std::string& AText, IN6_ADDR& AAddress, std::int32_t& A
     AAddress = {};
     AScopeId = 0;
     if (Zn::SystemFunctions().GetAddrInfoW) {
+        if (Zn::ParseAddress(AText, AAddress) == AText.size())
+            return true;
+        AAddress = {};
         sockaddr_in6 Found;
-        if (!ResolveBySystem(Utf16FromUtf8(AText), AF_INET6, Found))
+        if (!ResolveBySystem(AText, AF_INET6, Found))
             return false;
         AAddress = Found.sin6_addr;
         AScopeId = static_cast<std::int32_t>(Found.sin6_scope_id);
