@@ -1,5 +1,9 @@
 // This library's server, as an application would write it.
 
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
 #include "benchmarks/http/servers/Common.h"
 #include "uZnHTTPServer.h"
 
@@ -58,6 +62,18 @@ void Answer(const TSite& ASite, TZnHTTPServerRequest& ARequest, TZnHTTPServerRes
         throw EZnHTTPException("There is no such target.", 404);
 }
 
+/// https where the environment names a PEM file with certificate and key.
+bool UseCertificate(TZnCustomHTTPServer& AServer, std::uint16_t APort)
+{
+    const char* const file = std::getenv("BENCH_CERTIFICATE");
+    if (file == nullptr)
+        return false;
+    std::ifstream in(file);
+    const std::string pem{std::istreambuf_iterator<char>(in), {}};
+    AServer.SetPortCertificate({APort, pem, pem, false, {}});
+    return true;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -67,7 +83,9 @@ int main(int argc, char** argv)
     const TSite site(arguments.Folder);
 
     TZnHTTPServer server(nullptr);
-    server.SetBindings({"http://127.0.0.1:" + std::to_string(arguments.Port) + "/"});
+    const bool secure = UseCertificate(server, arguments.Port);
+    server.SetBindings(
+        {(secure ? "https" : "http") + ("://127.0.0.1:" + std::to_string(arguments.Port)) + "/"});
     server.SetOnResponse([&site](TZnCustomHTTPServer&, PZnHTTPServerRequest ARequest,
                                  TZnHTTPServerResponse& AResponse) { Answer(site, *ARequest, AResponse); });
     server.SetActive(true);
