@@ -13,10 +13,13 @@
 ///     Server.SetActive(true);
 
 #include "uZnHTTPServer/AcceptLanguage.h"
+#include "uZnHTTPServer/AuthExceptions.h"
+#include "uZnHTTPServer/AuthMonitor.h"
 #include "uZnHTTPServer/BodyContent.h"
 #include "uZnHTTPServer/CurrentExchange.h"
 #include "uZnHTTPServer/Failures.h"
 #include "uZnHTTPServer/ListenThread.h"
+#include "uZnHTTPServer/RandomToken.h"
 #include "uZnHTTPServer/Request.h"
 #include "uZnHTTPServer/Response.h"
 #include "uZnHTTPServer/Server.h"

@@ -28,6 +28,7 @@ struct TZnHTTPAuthAttempt
     std::int32_t Cnt = 0;
     std::uint32_t LastAttempt = 0; // TThread::GetTickCount of the last one
 };
+using PZnHTTPAuthAttempt = TZnHTTPAuthAttempt*;
 
 /// What a client asked for, as OnResponse gets it. Lives until the handler returns; keep no
 /// pointer to it. The callbacks read the rest of the request when it is asked for; they are for

@@ -136,13 +136,31 @@ void TZnCustomHTTPServer::AddStandingHeaders(TZnHTTPServerResponse& AResponse)
         AResponse.AddUnknownHeader("Content-Security-Policy", Directive);
 }
 
-/// Finds out who asks: Authorization field, token cookie, OpenID Connect post join here, in this order. Each
-/// may complete the response (a redirect, a refusal) and so keep the handler out. Until then every caller is
-/// anonymous and the handler runs.
-bool TZnCustomHTTPServer::RunAuthenticationStage(TZnHTTPServerResponseThread&, TZnHTTPServerRequest&,
-                                                 TZnHTTPServerResponse&)
+/// Finds out who asks: by the Authorization field, else by the token cookie or an OpenID Connect post. Each
+/// may complete the response (a redirect, a refusal) and so keep the handler out.
+bool TZnCustomHTTPServer::RunAuthenticationStage(TZnHTTPServerResponseThread& AResponseThread,
+                                                 TZnHTTPServerRequest& ARequest,
+                                                 TZnHTTPServerResponse& AResponse)
+{
+    const std::string_view Authorization = AResponseThread.GetHeaderView(HttpHeaderAuthorization);
+    if (StartsText("Basic ", Authorization) || StartsText("Digest ", Authorization))
+        DoAuthenticate(AResponseThread, Authorization, &ARequest);
+    return ARequest.AuthenticationType != authNone ||
+           AuthenticateByToken(AResponseThread, ARequest, AResponse);
+}
+
+/// The token cookie and the OpenID Connect post join here. True when the handler is to be called.
+bool TZnCustomHTTPServer::AuthenticateByToken(TZnHTTPServerResponseThread&, TZnHTTPServerRequest&,
+                                              TZnHTTPServerResponse&)
 {
     return true;
+}
+
+/// Form logon and OpenID Connect join here: true when one of them is configured and has changed the answer
+/// into its own.
+bool TZnCustomHTTPServer::AnswerLogonFailure(TZnHTTPServerRequest&, TZnHTTPServerResponse&)
+{
+    return false;
 }
 
 /// Ahead of coding and ranges, which are about the page that is sent.
@@ -159,10 +177,14 @@ void TZnCustomHTTPServer::RunHandler(TZnHTTPServerResponseThread& AResponseThrea
 {
     const auto Accept = [&] { return AResponseThread.GetHeaderView(HttpHeaderAccept); };
     try {
+        // The door for a policy of the application's own: its account events refused the caller.
+        if (AResponse.GetStatusCode() == 429)
+            throw EZnHTTPException("Too many authentication attempts!", 429);
         AOnResponse(*this, &ARequest, AResponse);
     } catch (const EZnHTTPConnection& E) {
         AnswerNobody(AResponse, E);
-        // A refused caller's challenge or redirect joins here, ahead of the plain status.
+    } catch (const EZnHTTPAuthenticationFailure& E) {
+        AnswerAuthenticationFailure(AResponseThread, ARequest, AResponse, E);
     } catch (const EZnHTTPException& E) {
         AnswerWithStatus(AResponse, Accept(), E);
     } catch (const std::exception& E) {

@@ -30,6 +30,7 @@ TZnCustomHTTPServer::TZnCustomHTTPServer(TComponent* AOwner)
     : TComponent(AOwner),
       FWindowsVersion(static_cast<std::uint16_t>(ZnGetWindowsVersion())),
       FResponseClass(MakeResponse),
+      FAuthMonitor(TZnAuthMonitor::Create()),
       FWorkerPool(*this)
 {
 }

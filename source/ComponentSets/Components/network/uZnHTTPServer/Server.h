@@ -7,12 +7,15 @@
 #include <initializer_list>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "common/Component.h"
 #include "common/Locks.h"
 #include "common/Logger.h"
 #include "common/Set.h"
 #include "common/StringList.h"
+#include "uZnHTTPServer/AuthExceptions.h"
+#include "uZnHTTPServer/AuthMonitor.h"
 #include "uZnHTTPServer/PortCertificates.h"
 #include "uZnHTTPServer/RequestBuffers.h"
 #include "uZnHTTPServer/Response.h"
@@ -45,6 +48,17 @@ using TZnHTTPServerOnResponseRaw =
 /// its code, anything else 500.
 using TZnHTTPServerOnResponse = std::function<void(
     TZnCustomHTTPServer& ASender, PZnHTTPServerRequest ARequest, TZnHTTPServerResponse& AResponse)>;
+
+/// Looks an account up: false when there is none, else its hash (32 hexadecimal digits, see
+/// CalculatePasswordHash), role, salt (for an override of CalculatePasswordHash) and the date on which the
+/// password expires. AAuthType is authBasic, authDigest or authOAuth2. AUserName is what the client sent, of
+/// any length and with any character, NUL included: compare all of it.
+using TZnHTTServerOnGetStoredPassword = std::function<bool(
+    TZnCustomHTTPServer& ASender, TZnHTTPAuthentication AAuthType, const std::string& AUserName,
+    std::string& APasswordHash, std::string& ARoleName, std::string& ASalt, TDateTime& AExpiresOn)>;
+/// Tells how an authentication ended.
+using TZnHTTServerOnAuthenticate =
+    std::function<void(TZnCustomHTTPServer& ASender, const std::string& AUserName, bool AAuthenticated)>;
 
 /// Serves HTTP/1.1 (RFC 9110, RFC 9112) for the URL prefixes in Bindings, through the HTTP service.
 ///
@@ -95,6 +109,32 @@ public:
         FPortCertificates.Set(std::move(ACertificate));
     }
 
+    /// Of the challenges, and a part of every stored hash: a hash made under another realm doesn't match.
+    /// Default "Tolmary". Any thread, any time.
+    std::string GetAuthenticationRealm() { return *FAuthenticationRealm.Locked(); }
+    void SetAuthenticationRealm(std::string AValue) { *FAuthenticationRealm.Locked() = std::move(AValue); }
+
+    /// The application's accounts. Without it every attempt fails. Called on workers, several at once and
+    /// under no lock but the worker's, before the handler; HTTPRequest() and HTTPResponse() are set and
+    /// the request's AuthAttempt tells the failures so far. A handler that sets the response's status to 429
+    /// keeps the request from OnResponse. EZnHTTPException is answered with its status; what else it raises
+    /// costs the client its connection.
+    const TZnHTTServerOnGetStoredPassword& GetOnGetStoredPassword() const { return FOnGetStoredPassword; }
+    void SetOnGetStoredPassword(TZnHTTServerOnGetStoredPassword AValue)
+    {
+        FOnGetStoredPassword = std::move(AValue);
+    }
+
+    /// Fires for each outcome but the failures that are answered with 429; threads and errors as above.
+    const TZnHTTServerOnAuthenticate& GetOnAuthenticate() const { return FOnAuthenticate; }
+    void SetOnAuthenticate(TZnHTTServerOnAuthenticate AValue) { FOnAuthenticate = std::move(AValue); }
+
+    /// What OnGetStoredPassword is expected to give for an account: MD5 over "user:realm:password" in
+    /// UTF-8, which is HA1 of RFC 7616 and so serves Basic and Digest. The salt is for overrides. An
+    /// override ends Digest, which takes the stored hash as it is. Any thread.
+    virtual std::string CalculatePasswordHash(const std::string& AUserName, const std::string& APassword,
+                                              const std::string& ASalt);
+
     /// Each line becomes a Content-Security-Policy field of every response. Default empty. The list
     /// itself: on an active server it is changed under CSPDirectivesLock only.
     TStringList& GetCSPDirectives() ZN_NO_THREAD_SAFETY_ANALYSIS { return FCSPDirectives; }
@@ -125,6 +165,18 @@ public:
     void SetName(const std::string& AName) override;
 
 protected:
+    /// Counts a failure, and raises EZnHTTPException 429 from the 7th on; else calls OnAuthenticate. On a
+    /// worker.
+    virtual void DoOnAuthenticate(const std::string& AUserName, bool AAuthenticated);
+    /// Fills the request's AuthAttempt, then calls OnGetStoredPassword. On a worker.
+    virtual bool GetStoredPassword(TZnCustomHTTPServer& ASender, TZnHTTPAuthentication AAuthType,
+                                   const std::string& AUserName, std::string& APasswordHash,
+                                   std::string& ARoleName, std::string& ASalt, TDateTime& AExpiresOn);
+    /// Checks an Authorization field of the scheme Basic or Digest and writes who asks into ARequest; anybody
+    /// else stays anonymous. On a worker.
+    void DoAuthenticate(TZnHTTPServerResponseThread& AResponseThread, std::string_view AAuthHeader,
+                        PZnHTTPServerRequest ARequest);
+
     /// The life of one request for OnResponse: fills the record, calls AOnResponse, turns
     /// exceptions into pages and sends. On a worker; an exception that leaves it is dropped, and
     /// the client disconnected.
@@ -184,9 +236,24 @@ private:
     void AddStandingHeaders(TZnHTTPServerResponse& AResponse);
     bool RunAuthenticationStage(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerRequest& ARequest,
                                 TZnHTTPServerResponse& AResponse);
+    bool AuthenticateByToken(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerRequest& ARequest,
+                             TZnHTTPServerResponse& AResponse);
     void RunHandler(TZnHTTPServerResponseThread& AResponseThread, const TZnHTTPServerOnResponse& AOnResponse,
                     TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse);
     void ExpandIncludes(TZnHTTPServerResponse& AResponse);
+
+    // Who asks (AuthDispatch.cpp, FailureStage.cpp)
+    struct TAccount;
+    void CheckBasic(std::string_view ACredentials, TZnHTTPServerRequest& ARequest);
+    void CheckDigest(std::string_view ACredentials, TZnHTTPServerRequest& ARequest);
+    TAccount FindAccount(TZnHTTPAuthentication AAuthType, const std::string& AUserName);
+    void Conclude(TZnHTTPServerRequest& ARequest, TZnHTTPAuthentication AAuthType,
+                  const std::string& AUserName, const TAccount& AAccount, bool AAuthenticated);
+    void AnswerAuthenticationFailure(TZnHTTPServerResponseThread& AResponseThread,
+                                     TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse,
+                                     const EZnHTTPAuthenticationFailure& AException);
+    bool AnswerLogonFailure(TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse);
+    std::string Challenge(TZnHTTPAuthentication AAuthType);
 
     // Steps of ParseSSI (Includes.cpp)
     void ExpandPage(TZnHTTPServerResponse& AResponse);
@@ -206,6 +273,10 @@ private:
     TZnHTTPServerOnResponseRaw FOnResponseRaw;
     TZnHTTPServerOnResponse FOnResponse;
     std::int64_t FMaxBodySize = std::int64_t{1} << 30;
+    std::unique_ptr<TZnAuthMonitor, TZnAuthMonitor::TTerminate> FAuthMonitor;
+    TZnThreadSafeType<std::string> FAuthenticationRealm{"Tolmary"};
+    TZnHTTServerOnGetStoredPassword FOnGetStoredPassword;
+    TZnHTTServerOnAuthenticate FOnAuthenticate;
     std::int64_t FMaxPageSize = std::int64_t{64} << 20;
     Zn::RequestBufferPool FRequestBuffers;
     Zn::WorkerPool FWorkerPool; // FWorkerThreadLock, FWorkerThreads, FIdleWorkerThreads
