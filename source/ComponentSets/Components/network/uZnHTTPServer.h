@@ -16,6 +16,8 @@
 #include "uZnHTTPServer/AuthExceptions.h"
 #include "uZnHTTPServer/AuthMonitor.h"
 #include "uZnHTTPServer/BodyContent.h"
+#include "uZnHTTPServer/CertificateStore.h"
+#include "uZnHTTPServer/ConfigurationLists.h"
 #include "uZnHTTPServer/CurrentExchange.h"
 #include "uZnHTTPServer/Failures.h"
 #include "uZnHTTPServer/ListenThread.h"

@@ -79,6 +79,10 @@ void FindCommonFunctions()
     ZN_FIND(HttpWaitForDisconnect);
     if (ZnGetWindowsVersion() >= cFirstReleaseDisconnectEx)
         ZN_FIND(HttpWaitForDisconnectEx);
+    FindOptional(HttpApi.ZnHttpCreateCertificate, "ZnHttpCreateCertificate");
+    FindOptional(HttpApi.ZnHttpDeleteCertificate, "ZnHttpDeleteCertificate");
+    FindOptional(HttpApi.ZnHttpImportCertificate, "ZnHttpImportCertificate");
+    FindOptional(HttpApi.ZnHttpQueryCertificate, "ZnHttpQueryCertificate");
     FindOptional(HttpApi.ZnHttpDropRequest, "ZnHttpDropRequest");
     FindOptional(HttpApi.ZnHttpSetPortCertificate, "ZnHttpSetPortCertificate");
 }

@@ -47,6 +47,12 @@ struct HttpApiSlots
     decltype(&::ZnHttpDropRequest) ZnHttpDropRequest = nullptr;
     // Optional: needed only by a server that brings certificates of its own.
     decltype(&::ZnHttpSetPortCertificate) ZnHttpSetPortCertificate = nullptr;
+
+    // Optional: the certificate store, for those who manage it.
+    decltype(&::ZnHttpCreateCertificate) ZnHttpCreateCertificate = nullptr;
+    decltype(&::ZnHttpDeleteCertificate) ZnHttpDeleteCertificate = nullptr;
+    decltype(&::ZnHttpImportCertificate) ZnHttpImportCertificate = nullptr;
+    decltype(&::ZnHttpQueryCertificate) ZnHttpQueryCertificate = nullptr;
 };
 
 /// Filled by LoadHttpApi. Read by every thread of a server: it stays as it is from the first
