@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/errors/Errors.h"
+#include "platform/httpapi/config/Configuration.h"
 
 namespace Zn
 {
@@ -181,7 +182,23 @@ std::uint32_t Service::SecurePort(std::uint16_t APort)
 {
     if (FOwnCertificates.contains(APort))
         return NO_ERROR;
-    return ERROR_NO_SUCH_LOGON_SESSION;
+    const auto Binding = FindCertificateBinding(APort);
+    if (!Binding)
+        return ERROR_NO_SUCH_LOGON_SESSION;
+    TlsPortSettings Settings;
+    PemFiles Files;
+    if (const std::uint32_t Result = LoadCertificate(Binding->Store, Binding->Thumbprint, Files);
+        Result != NO_ERROR)
+        return Result;
+    Settings.Default = {std::move(Files.Certificate), std::move(Files.Key)};
+    for (PemFiles& Each : LoadAllCertificates(Binding->Store))
+        Settings.Others.push_back({std::move(Each.Certificate), std::move(Each.Key)});
+    Settings.AskForClientCertificate = Binding->NegotiateClientCertificate;
+    std::shared_ptr<TlsPort> Port;
+    const std::uint32_t Result = TlsPort::Make(Settings, Port);
+    if (Result == NO_ERROR)
+        FDispatcher.SecurePorts().Set(APort, std::move(Port));
+    return Result;
 }
 
 std::uint32_t Service::SetPortCertificate(std::uint16_t APort, const TlsPortSettings& ASettings)
