@@ -29,9 +29,9 @@ constexpr std::uint32_t cUseCount = 1U << (32 - cUseShift);
 constexpr std::uint32_t cChunkSize = 256;
 constexpr std::uint32_t cMinFree = 64; // slots that rest before the first is used again
 
-/// A slot fills a cache line and has a lock of its own: a look-up meets only look-ups of the same
-/// handle. (Measured with two threads on two cores: 22 ns alone, 60 ns for one handle from both;
-/// a std::shared_mutex over the table gives 27 and 150.)
+/// A slot fills a cache line and has a lock of its own, so a look-up meets only look-ups of the same
+/// handle. It costs 15 to 22 ns of CPU time, the same as one std::shared_mutex over a map costs while
+/// nobody else looks up; but there every look-up of every thread would write the one lock's line.
 struct alignas(64) Slot
 {
     Zn::Mutex Mutex;
