@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "common/Exceptions.h"
+#include "common/Streams.h"
 #include "platform/errors/Errors.h"
 #include "tools/zn/Commands.h"
 #include "tools/zn/SiteServer.h"
@@ -17,13 +18,14 @@ namespace Zn
 namespace
 {
 
-/// "http://host:port/path/" with its last slash; nothing for what can't be served.
+/// "http(s)://host:port/path/" with its last slash; nothing for what can't be served.
 std::optional<std::string> NormalizedBinding(const std::string& ABinding)
 {
     try {
         const TZnURLData Url = ZnDecodeURL(ABinding.empty() ? "/" : ABinding);
-        if (!ABinding.starts_with("http://") || Url.Hostname.empty() || !Url.Username.empty() ||
-            !Url.QueryString.empty() || !Url.Fragment.empty())
+        if ((Url.Scheme != "http" && Url.Scheme != "https") || !ABinding.starts_with("http") ||
+            Url.Hostname.empty() || !Url.Username.empty() || !Url.QueryString.empty() ||
+            !Url.Fragment.empty())
             return std::nullopt;
     } catch (const EInvalidArgument&) {
         return std::nullopt;
@@ -56,9 +58,40 @@ std::string ExplainStart(const EZnException& AError, const std::vector<std::stri
         return "cannot listen at " + Urls + ": this computer has no such address";
     case ERROR_ALREADY_EXISTS:
         return "cannot listen at " + Urls + ": one of them is given twice";
+    case ERROR_NO_SUCH_LOGON_SESSION:
+        return "cannot serve https at " + Urls +
+               ": there is no certificate with its key for the port. Give one with --cert and --key, or bind "
+               "one with "
+               "zn config sslcert add";
     default:
         return "cannot listen at " + Urls + ": " + AError.Message();
     }
+}
+
+std::string ReadText(const std::string& AFileName)
+{
+    TFileStream File(AFileName, fmOpenRead | fmShareDenyNone);
+    std::string Text(static_cast<std::size_t>(File.GetSize()), '\0');
+    File.ReadBuffer(Text.data(), static_cast<std::int64_t>(Text.size()));
+    return Text;
+}
+
+/// The certificate of the command line, for each port with an https binding.
+void UseCertificate(TSiteServer& AServer, const TServeOptions& AOptions)
+{
+    if (AOptions.CertificateFile.empty())
+        return;
+    TZnHTTPPortCertificate Certificate;
+    Certificate.Certificate = ReadText(AOptions.CertificateFile);
+    Certificate.Key = AOptions.KeyFile.empty() ? Certificate.Certificate : ReadText(AOptions.KeyFile);
+    Certificate.AskForClientCertificate = !AOptions.ClientCAFile.empty();
+    if (Certificate.AskForClientCertificate)
+        Certificate.ClientAuthorities = ReadText(AOptions.ClientCAFile);
+    for (const std::string& Url : AServer.GetBindings())
+        if (const TZnURLData Data = ZnDecodeURL(Url); Data.Scheme == "https") {
+            Certificate.Port = Data.Port;
+            AServer.SetPortCertificate(Certificate);
+        }
 }
 
 sigset_t StopSignals()
@@ -97,9 +130,11 @@ int RunServe(const TServeOptions& AOptions)
             const auto Url = NormalizedBinding(Binding);
             if (!Url)
                 return Fail(cExitUsage,
-                            "\"" + Binding + "\" can't be served: --bind takes http://HOST:PORT/PATH/");
+                            "\"" + Binding +
+                                "\" can't be served: --bind takes http://HOST:PORT/PATH/ or https://...");
             Server.AddBinding(*Url);
         }
+        UseCertificate(Server, AOptions);
         for (const std::string& Line : AOptions.CSPLines)
             Server.GetCSPDirectives().Add(Line);
         RequestBufferSize = AOptions.BufferSize;

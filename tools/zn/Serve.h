@@ -17,6 +17,9 @@ struct TServeOptions
     std::vector<std::string> CSPLines; // each one Content-Security-Policy field
     int BufferSize = 16384;            // RequestBufferSize, bytes; browsers send more than the library's 2048
     bool Demo = false;
+    std::string CertificateFile; // PEM, for the https bindings; empty: what the SSL binding list says
+    std::string KeyFile;         // PEM; empty: the key stands in CertificateFile
+    std::string ClientCAFile;    // PEM; not empty: clients are asked for a certificate
 };
 
 /// Serves until SIGINT or SIGTERM. The exit code of the program: 0 after a clean end, 1 with a line on

@@ -31,6 +31,21 @@ void AddServeCommand(CLI::App& AApp, int& AExitCode)
         ->type_name("BYTES")
         ->check(CLI::Range(1024, 1 << 20))
         ->capture_default_str();
+    CLI::Option* const Certificate = Command
+                                         ->add_option("--cert", Options->CertificateFile,
+                                                      "PEM file with the certificate for https bindings")
+                                         ->type_name("FILE")
+                                         ->check(CLI::ExistingFile);
+    Command->add_option("--key", Options->KeyFile, "PEM file with its key (default: in the same file)")
+        ->type_name("FILE")
+        ->check(CLI::ExistingFile)
+        ->needs(Certificate);
+    Command
+        ->add_option("--client-ca", Options->ClientCAFile,
+                     "Ask clients for certificates of these authorities")
+        ->type_name("FILE")
+        ->check(CLI::ExistingFile)
+        ->needs(Certificate);
     Command->add_flag("--demo", Options->Demo, "Add handlers that show the server below /demo/");
 
     Command->callback([Options, &AExitCode] { AExitCode = RunServe(*Options); });
