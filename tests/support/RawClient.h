@@ -41,8 +41,11 @@ public:
         Address.sin_family = AF_INET;
         Address.sin_port = htons(APort);
         Address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (connect(FFd, reinterpret_cast<sockaddr*>(&Address), sizeof Address) != 0)
-            throw std::runtime_error(std::string("connect: ") + strerror(errno));
+        if (connect(FFd, reinterpret_cast<sockaddr*>(&Address), sizeof Address) != 0) {
+            const int Error = errno;
+            Close(); // no destructor runs after a constructor that throws
+            throw std::runtime_error(std::string("connect: ") + strerror(Error));
+        }
     }
     RawClient(RawClient&& AOther) noexcept
         : FFd(std::exchange(AOther.FFd, -1)), FBuffer(std::move(AOther.FBuffer))

@@ -24,8 +24,9 @@ public:
     void HandleClosed() override
     {
         if (Active)
-            Active->QueueClosed();
+            Active->QueueClosed(Handle);
     }
+    THandle Handle = 0;
 };
 
 std::uint32_t Initialize(THTTPAPI_VERSION AVersion, std::uint32_t AFlags, void*)
@@ -175,9 +176,9 @@ std::uint32_t Drop(THandle, HTTP_REQUEST_ID AId)
     return Active->Drop(AId);
 }
 
-std::uint32_t WaitForDemandStart(THandle, OVERLAPPED*)
+std::uint32_t WaitForDemandStart(THandle AQueue, OVERLAPPED*)
 {
-    return Active->WaitForDemand();
+    return Active->WaitForDemand(AQueue);
 }
 
 std::uint32_t WaitForDisconnect(THandle, HTTP_CONNECTION_ID, OVERLAPPED* AOverlapped)
@@ -288,7 +289,7 @@ void WriteRecord(const ScriptedRequest& AFrom, HTTP_REQUEST_ID AId, PHTTP_REQUES
 
 ScriptedService::ScriptedService(std::vector<std::string> AMissing)
 {
-    Active = this;
+    FOuter = std::exchange(Active, this);
     std::vector<TZnExport> Offered = Exports();
     std::erase_if(Offered, [&](const TZnExport& Each) {
         return std::find(AMissing.begin(), AMissing.end(), Each.Name) != AMissing.end();
@@ -299,7 +300,7 @@ ScriptedService::ScriptedService(std::vector<std::string> AMissing)
 ScriptedService::~ScriptedService()
 {
     FLibrary.reset();
-    Active = nullptr;
+    Active = FOuter;
 }
 
 template <class TCondition>
@@ -346,7 +347,7 @@ std::vector<std::string> ScriptedService::Calls()
 std::size_t ScriptedService::OpenHandles()
 {
     const std::scoped_lock Lock(FMutex);
-    return FOpenHandles;
+    return FQueueOf.size();
 }
 
 std::uint32_t ScriptedService::BodyCalls()
@@ -366,49 +367,63 @@ std::uint32_t ScriptedService::Note(const std::string& ACall)
     return Fails ? ERROR_ACCESS_DENIED : NO_ERROR;
 }
 
+/// A handle that is opened for one request belongs to the queue made last.
 std::uint32_t ScriptedService::Open(const std::string& ACall, THandle* AHandle)
 {
     const std::uint32_t Status = Note(ACall);
-    *AHandle = Status == 0 ? RegisterHandle(std::make_shared<ScriptedQueue>()) : 0;
+    *AHandle = 0;
+    if (Status != 0)
+        return Status;
+    const auto Queue = std::make_shared<ScriptedQueue>();
+    *AHandle = Queue->Handle = RegisterHandle(Queue);
     const std::scoped_lock Lock(FMutex);
-    FOpenHandles += Status == 0;
-    FQueueOpen = FQueueOpen || Status == 0;
+    if (!ACall.starts_with('@'))
+        FLastQueue = *AHandle;
+    FQueueOf[*AHandle] = FLastQueue;
     return Status;
 }
 
 /// A handle that was opened for one request closes without a note.
 std::uint32_t ScriptedService::CloseQueue(const std::string& ACall, THandle AHandle)
 {
-    bool IsLast = false;
-    {
+    const bool IsQueue = [&] {
         const std::scoped_lock Lock(FMutex);
-        IsLast = FOpenHandles == 1;
-    }
-    if (IsLast)
+        return FQueueOf[AHandle] == AHandle;
+    }();
+    if (IsQueue)
         Note(ACall);
     return CloseHandle(AHandle) ? NO_ERROR : ERROR_INVALID_HANDLE;
 }
 
-void ScriptedService::QueueClosed()
+void ScriptedService::QueueClosed(THandle AHandle)
 {
     const std::scoped_lock Lock(FMutex);
-    FQueueOpen = --FOpenHandles > 0;
+    FQueueOf.erase(AHandle);
     FChanged.notify_all();
 }
 
-std::uint32_t ScriptedService::WaitForDemand()
+/// Waits for a request; false once the handle or the queue behind it is closed.
+bool ScriptedService::AwaitPending(std::unique_lock<std::mutex>& ALock, THandle AHandle)
 {
-    std::unique_lock Lock(FMutex);
-    FChanged.wait(Lock, [&] { return !FPending.empty() || !FQueueOpen; });
-    return FQueueOpen ? NO_ERROR : ERROR_OPERATION_ABORTED;
+    const auto IsOpen = [&] {
+        const auto Found = FQueueOf.find(AHandle);
+        return Found != FQueueOf.end() && FQueueOf.count(Found->second) > 0;
+    };
+    FChanged.wait(ALock, [&] { return !FPending.empty() || !IsOpen(); });
+    return IsOpen();
 }
 
-std::uint32_t ScriptedService::Receive(THandle, PHTTP_REQUEST ABuffer, std::uint32_t ALength,
+std::uint32_t ScriptedService::WaitForDemand(THandle AQueue)
+{
+    std::unique_lock Lock(FMutex);
+    return AwaitPending(Lock, AQueue) ? NO_ERROR : ERROR_OPERATION_ABORTED;
+}
+
+std::uint32_t ScriptedService::Receive(THandle AQueue, PHTTP_REQUEST ABuffer, std::uint32_t ALength,
                                        std::uint32_t* AReceived)
 {
     std::unique_lock Lock(FMutex);
-    FChanged.wait(Lock, [&] { return !FPending.empty() || !FQueueOpen; });
-    if (!FQueueOpen)
+    if (!AwaitPending(Lock, AQueue))
         return ERROR_OPERATION_ABORTED;
     auto [Id, Request] = std::move(FPending.front());
     FPending.pop_front();

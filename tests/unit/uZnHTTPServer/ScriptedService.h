@@ -83,17 +83,18 @@ public:
     std::uint32_t Note(const std::string& ACall);
     std::uint32_t Open(const std::string& ACall, THandle* AHandle);
     std::uint32_t CloseQueue(const std::string& ACall, THandle AHandle);
-    void QueueClosed();
+    void QueueClosed(THandle AHandle);
     std::uint32_t Receive(THandle AQueue, PHTTP_REQUEST ABuffer, std::uint32_t ALength,
                           std::uint32_t* AReceived);
     std::uint32_t ReceiveBody(HTTP_REQUEST_ID AId, void* ABuffer, std::uint32_t ALength,
                               std::uint32_t* ARead);
     std::uint32_t Send(THandle AQueue, HTTP_REQUEST_ID AId, SendCall ACall);
     std::uint32_t Drop(HTTP_REQUEST_ID AId);
-    std::uint32_t WaitForDemand();
+    std::uint32_t WaitForDemand(THandle AQueue);
     std::uint32_t ArmDisconnect(OVERLAPPED* AOverlapped);
 
 private:
+    bool AwaitPending(std::unique_lock<std::mutex>& ALock, THandle AHandle);
     template <class TCondition>
     void WaitUntil(std::unique_lock<std::mutex>& ALock, const char* AWhat, TCondition ACondition);
 
@@ -101,14 +102,15 @@ private:
     std::condition_variable FChanged;
     std::vector<std::string> FCalls;
     int FOpeningCalls = 0;
-    bool FQueueOpen = false;
-    std::size_t FOpenHandles = 0;
+    std::map<THandle, THandle> FQueueOf; // of each open handle: the queue's own handle
+    THandle FLastQueue = 0;
     std::deque<std::pair<HTTP_REQUEST_ID, ScriptedRequest>> FPending;
     std::map<HTTP_REQUEST_ID, ScriptedRequest> FReceived;
     std::map<HTTP_REQUEST_ID, Exchange> FExchanges;
     HTTP_REQUEST_ID FNextId = 1;
     std::uint32_t FBodyCalls = 0;
     THandle FDisconnectEvent = 0;
+    ScriptedService* FOuter = nullptr; // scripts nest
     std::unique_ptr<TZnScopedLibrary> FLibrary;
 };
 
