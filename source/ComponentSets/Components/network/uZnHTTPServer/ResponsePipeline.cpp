@@ -149,20 +149,6 @@ bool TZnCustomHTTPServer::RunAuthenticationStage(TZnHTTPServerResponseThread& AR
            AuthenticateByToken(AResponseThread, ARequest, AResponse);
 }
 
-/// The token cookie and the OpenID Connect post join here. True when the handler is to be called.
-bool TZnCustomHTTPServer::AuthenticateByToken(TZnHTTPServerResponseThread&, TZnHTTPServerRequest&,
-                                              TZnHTTPServerResponse&)
-{
-    return true;
-}
-
-/// Form logon and OpenID Connect join here: true when one of them is configured and has changed the answer
-/// into its own.
-bool TZnCustomHTTPServer::AnswerLogonFailure(TZnHTTPServerRequest&, TZnHTTPServerResponse&)
-{
-    return false;
-}
-
 /// Ahead of coding and ranges, which are about the page that is sent.
 void TZnCustomHTTPServer::ExpandIncludes(TZnHTTPServerResponse& AResponse)
 {

@@ -6,6 +6,7 @@
 #include "common/System.h"
 #include "common/Text.h"
 #include "uZnHTTPServer/ApiBinding.h"
+#include "uZnHTTPServer/AuthTokenManager.h"
 #include "uZnHTTPServer/Failures.h"
 #include "uZnHTTPServer/ListenThread.h"
 #include "uZnHTTPServer/Worker.h"
@@ -30,6 +31,7 @@ TZnCustomHTTPServer::TZnCustomHTTPServer(TComponent* AOwner)
     : TComponent(AOwner),
       FWindowsVersion(static_cast<std::uint16_t>(ZnGetWindowsVersion())),
       FResponseClass(MakeResponse),
+      FAuthTokenManager(std::make_unique<TZnHTTPServerAuthTokenManager>(*this)),
       FAuthMonitor(TZnAuthMonitor::Create()),
       FWorkerPool(*this)
 {
@@ -85,6 +87,7 @@ void TZnCustomHTTPServer::SetMaxBodySize(std::int64_t AValue)
 void TZnCustomHTTPServer::SetName(const std::string& AName)
 {
     FLogger = TZnLogger::GetLogger(AName);
+    FAuthTokenManager->SetLogger(FLogger->Child("AuthManager"));
     TComponent::SetName(AName);
 }
 

@@ -21,6 +21,8 @@
 #include "uZnHTTPServer/Response.h"
 #include "uZnHTTPServer/WorkerPool.h"
 
+class TZnHTTPServerAuthToken;
+class TZnHTTPServerAuthTokenManager;
 class TZnHTTPServerListenThread;
 class TZnTextParser;
 class TZnHTTPServerResponseThread;
@@ -129,6 +131,24 @@ public:
     const TZnHTTServerOnAuthenticate& GetOnAuthenticate() const { return FOnAuthenticate; }
     void SetOnAuthenticate(TZnHTTServerOnAuthenticate AValue) { FOnAuthenticate = std::move(AValue); }
 
+    /// Form logon: a page that wants a logon (OnResponse raised EZnHTTPAuthenticationFailure) sends the
+    /// browser to LogonUrl and gives it a cookie; a form there posts "userName" and "password" to LogonUrl,
+    /// and the browser returns as that user. All three are compared exactly with the request's path and
+    /// query; a "/" is put before what lacks one. Change them while inactive. See docs/authentication.md.
+    ///
+    /// The logon page, which the handler answers. Default empty: no form logon.
+    const std::string& GetLogonUrl() const;
+    void SetLogonUrl(const std::string& AValue);
+    /// The path that ends the session; the handler answers it. Default empty: none.
+    const std::string& GetLogoffUrl() const;
+    void SetLogoffUrl(const std::string& AValue);
+    /// Where the logon page takes a visitor who was sent there by nobody. Default empty: it is shown.
+    const std::string& GetDefaultUrl() const;
+    void SetDefaultUrl(const std::string& AValue);
+
+    /// The sessions of form logon and the limit on their number.
+    TZnHTTPServerAuthTokenManager& GetAuthTokenManager() const { return *FAuthTokenManager; }
+
     /// What OnGetStoredPassword is expected to give for an account: MD5 over "user:realm:password" in
     /// UTF-8, which is HA1 of RFC 7616 and so serves Basic and Digest. The salt is for overrides. An
     /// override ends Digest, which takes the stored hash as it is. Any thread.
@@ -206,6 +226,7 @@ protected:
     TMultiReadExclusiveWriteSynchronizer FFileSystemLock; // the write side is for descendants
     std::int32_t FMaxWorkerThreadCnt = 128;
     TZnHTTPServerResponseClass FResponseClass;
+    std::unique_ptr<TZnHTTPServerAuthTokenManager> FAuthTokenManager;
 
 private:
     friend class TZnHTTPServerListenThread;
@@ -238,6 +259,8 @@ private:
                                 TZnHTTPServerResponse& AResponse);
     bool AuthenticateByToken(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerRequest& ARequest,
                              TZnHTTPServerResponse& AResponse);
+    void LogOn(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerAuthToken& AToken,
+               IZnBodyContent* ABody, TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse);
     void RunHandler(TZnHTTPServerResponseThread& AResponseThread, const TZnHTTPServerOnResponse& AOnResponse,
                     TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse);
     void ExpandIncludes(TZnHTTPServerResponse& AResponse);
