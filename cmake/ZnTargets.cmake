@@ -59,4 +59,6 @@ function(zn_test NAME)
     set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     add_test(NAME ${NAME} COMMAND ${NAME})
     set_tests_properties(${NAME} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+    # No test reads or changes the configuration of the machine it runs on.
+    set_property(TEST ${NAME} APPEND PROPERTY ENVIRONMENT "ZN_STATE_DIR=${CMAKE_BINARY_DIR}/tests/state")
 endfunction()
