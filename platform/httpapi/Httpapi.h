@@ -326,7 +326,8 @@ std::uint32_t HttpTerminate(std::uint32_t AFlags, void* AReserved);
 /// Version 1: a queue of its own, to which URLs are added directly. Closed by CloseHandle.
 std::uint32_t HttpCreateHttpHandle(THandle* AReqQueueHandle, std::uint32_t AOptions);
 /// AUrl: "scheme://host:port/path/", lower case, UTF-8. 183 when the prefix is taken, 87 when it is
-/// none, 10048-style socket numbers (mapped: 32 in use, 5 no right) when the port can't be opened.
+/// none or its port speaks the other scheme, 1312 when an https port has no certificate, a socket's number
+/// (10048 in use, 10013 no right, 10049 no such address) when the port can't be opened.
 std::uint32_t HttpAddUrl(THandle AReqQueueHandle, const char* AUrl, void* AReserved);
 std::uint32_t HttpRemoveUrl(THandle AReqQueueHandle, const char* AUrl);
 
