@@ -51,12 +51,17 @@ void Append(TStream& AOutput, std::string_view ABytes)
 
 void TZnCustomHTTPServer::ParseSSI(TZnHTTPServerResponse& AResponse)
 {
+    const auto Fail = [&](const std::string& AHtmlText, const std::string& AJsonText) {
+        const PZnHTTPServerRequest Request = HTTPRequest();
+        const std::string Accept = Request ? Request->GetKnownHeaderValue(HttpHeaderAccept) : std::string();
+        Zn::AnswerWithErrorPage(AResponse, 500, Zn::MakeErrorPage(Accept, AHtmlText, AJsonText));
+    };
     try {
         ExpandPage(AResponse);
     } catch (const std::exception& E) {
-        const PZnHTTPServerRequest Request = HTTPRequest();
-        const std::string Accept = Request ? Request->GetKnownHeaderValue(HttpHeaderAccept) : std::string();
-        Zn::AnswerWithErrorPage(AResponse, 500, Zn::MakeErrorPage(Accept, Zn::ExceptionText(E), E.what()));
+        Fail(Zn::ExceptionText(E), E.what());
+    } catch (...) {
+        Fail("unknown exception", "unknown exception");
     }
 }
 
@@ -79,7 +84,7 @@ void TZnCustomHTTPServer::ExpandPage(TZnHTTPServerResponse& AResponse)
     if (Changed && Version) {
         try {
             Zn::ReplaceFile(FileName, *Version, Output.View());
-        } catch (const std::exception&) {
+        } catch (...) {
             // The file stays as it is, and the response doesn't depend on it.
         }
     }
