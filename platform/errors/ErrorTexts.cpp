@@ -1,4 +1,4 @@
-// The text of each number, sorted by number. docs/errors.md says when each comes.
+// The text of each number, sorted by number.
 
 #include <algorithm>
 #include <array>

@@ -5,8 +5,8 @@
 #include <string_view>
 
 /// The error numbers of the platform layer: the library's own contract, the same on every system.
-/// Numbers are added, never changed. Each has a text in ErrorTexts.cpp and a line in
-/// docs/errors.md.
+/// Numbers are added, never changed. Each has a text in ErrorTexts.cpp; docs/errors.md tells when
+/// those come that a user of the library meets.
 enum : std::uint32_t {
     NO_ERROR = 0,
     ERROR_FILE_NOT_FOUND = 2,
