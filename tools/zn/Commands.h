@@ -16,6 +16,8 @@ inline constexpr int cExitFailure = 1; // it was asked for rightly, and didn't w
 inline constexpr int cExitUsage = 2;   // it was asked for wrongly
 
 /// Adds the command with its options; running it sets AExitCode, which has to outlive AApp's parse.
+void AddConfigCommand(CLI::App& AApp, int& AExitCode);
 void AddServeCommand(CLI::App& AApp, int& AExitCode);
+void AddUsersCommand(CLI::App& AApp, int& AExitCode);
 
 } // namespace Zn

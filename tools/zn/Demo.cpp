@@ -5,6 +5,7 @@
 
 #include "common/Text.h"
 #include "platform/errors/Errors.h"
+#include "tools/zn/Protection.h"
 #include "tools/zn/RequestDescription.h"
 #include "tools/zn/UrlPath.h"
 #include "uZnHTTPBase.h"
@@ -135,6 +136,8 @@ void RespondDemo(TExchange& AExchange, std::string_view AName)
         return Status(AName.substr(7));
     if (AName == "fail")
         throw EConvertError("This handler fails on purpose.");
+    if (AName == "private")
+        return RespondPrivate(AExchange);
     if (AName == "wait")
         return Wait(AExchange);
     throw EZnHTTPNotFound("There is no such demonstration.");

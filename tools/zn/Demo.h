@@ -16,6 +16,7 @@ namespace Zn
 ///   stream?size=N  the same bytes from a stream
 ///   status/CODE    raises EZnHTTPException with the code, 200 to 999
 ///   fail           raises another exception
+///   private        who has logged on (zn serve --auth keeps others away from it)
 ///   wait?ms=N      waits for the end of the client, of the server or of N ms (at most 600000)
 ///
 /// AName is the part of the path behind "/demo/". Raises EZnHTTPException with 404 for other names and 400

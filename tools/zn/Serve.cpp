@@ -8,6 +8,7 @@
 #include "common/Streams.h"
 #include "platform/errors/Errors.h"
 #include "tools/zn/Commands.h"
+#include "tools/zn/Protection.h"
 #include "tools/zn/SiteServer.h"
 #include "tools/zn/StaticFiles.h"
 #include "uZnHTTPBase.h"
@@ -94,6 +95,18 @@ void UseCertificate(TSiteServer& AServer, const TServeOptions& AOptions)
         }
 }
 
+/// Who may see what, by the command line; nothing when everybody may see everything.
+std::optional<TProtection> MakeProtection(const TServeOptions& AOptions)
+{
+    if (AOptions.Auth.empty())
+        return std::nullopt;
+    std::optional<TProtection> Protection(std::in_place, AOptions.Auth == "basic" ? authBasic : authDigest,
+                                          TUserFile(AOptions.UsersFile), AOptions.Realm, AOptions.Protect);
+    if (AOptions.Demo)
+        Protection->AddPath("/demo/private");
+    return Protection;
+}
+
 sigset_t StopSignals()
 {
     sigset_t Signals;
@@ -124,7 +137,10 @@ int RunServe(const TServeOptions& AOptions)
     try {
         const TStaticFiles Files(AOptions.Folder,
                                  {.Deflate = AOptions.Deflate, .InlineStyle = AOptions.CSPLines.empty()});
+        const std::optional<TProtection> Protection = MakeProtection(AOptions);
         TSiteServer Server(Files, AOptions.Demo);
+        if (Protection)
+            Server.Protect(*Protection);
         Server.SetName("ZnServe");
         for (const std::string& Binding : AOptions.Bindings) {
             const auto Url = NormalizedBinding(Binding);

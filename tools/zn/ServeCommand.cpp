@@ -46,6 +46,24 @@ void AddServeCommand(CLI::App& AApp, int& AExitCode)
         ->type_name("FILE")
         ->check(CLI::ExistingFile)
         ->needs(Certificate);
+    CLI::Option* const Auth =
+        Command->add_option("--auth", Options->Auth, "Ask for a logon by this scheme: basic or digest")
+            ->type_name("SCHEME")
+            ->check(CLI::IsMember({"basic", "digest"}));
+    CLI::Option* const Users =
+        Command->add_option("--users", Options->UsersFile, "File of accounts; see zn users add")
+            ->type_name("FILE")
+            ->check(CLI::ExistingFile)
+            ->needs(Auth);
+    Auth->needs(Users);
+    Command->add_option("--realm", Options->Realm, "Which of them (default: the realm of the first one)")
+        ->needs(Auth);
+    Command
+        ->add_option("--protect", Options->Protect,
+                     "Path that needs a logon, with all below it; may be repeated (default: /)")
+        ->type_name("PATH")
+        ->allow_extra_args(false)
+        ->needs(Auth);
     Command->add_flag("--demo", Options->Demo, "Add handlers that show the server below /demo/");
 
     Command->callback([Options, &AExitCode] { AExitCode = RunServe(*Options); });

@@ -53,6 +53,12 @@ void TSiteServer::AddBinding(const std::string& AUrl)
               [](const std::string& A, const std::string& B) { return A.size() > B.size(); });
 }
 
+void TSiteServer::Protect(const TProtection& AProtection)
+{
+    FProtection = &AProtection;
+    AProtection.Attach(*this);
+}
+
 void TSiteServer::DoOnResponse(TZnHTTPServerResponseThread& AResponseThread, const TZnHTTPServerOnResponse&)
 {
     const auto Start = std::chrono::steady_clock::now();
@@ -77,6 +83,8 @@ void TSiteServer::Respond(TExchange& AExchange) const
     const std::string_view Path = AExchange.Request.UrlData.FilePath;
     const std::string_view Prefix = PrefixOf(Path);
     const std::string_view Rest = Path.substr(Prefix.size());
+    if (FProtection)
+        FProtection->Check(AExchange.Request, Rest);
     if (FDemo && Rest.starts_with(cDemoFolder))
         RespondDemo(AExchange, Rest.substr(cDemoFolder.size()));
     else

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "tools/zn/Exchange.h"
+#include "tools/zn/Protection.h"
 #include "tools/zn/StaticFiles.h"
 #include "uZnHTTPServer.h"
 
@@ -21,6 +22,9 @@ public:
     /// Adds a URL to serve: "http://host:port/path/". The files stand below its path.
     void AddBinding(const std::string& AUrl);
 
+    /// Asks for a logon where AProtection says so. It outlives the server.
+    void Protect(const TProtection& AProtection);
+
 protected:
     void DoOnResponse(TZnHTTPServerResponseThread& AResponseThread,
                       const TZnHTTPServerOnResponse& AOnResponse) override;
@@ -31,6 +35,7 @@ private:
 
     const TStaticFiles& FFiles;
     const bool FDemo;
+    const TProtection* FProtection = nullptr;
     std::vector<std::string>
         FPrefixes; // paths of the bindings, each with "/" at both ends; the longest first
 };

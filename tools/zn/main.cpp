@@ -10,6 +10,8 @@ int main(int argc, char** argv)
     App.set_version_flag("--version", ZN_VERSION);
     App.require_subcommand(1);
     Zn::AddServeCommand(App, ExitCode);
+    Zn::AddUsersCommand(App, ExitCode);
+    Zn::AddConfigCommand(App, ExitCode);
     try {
         App.parse(argc, argv);
     } catch (const CLI::ParseError& Error) {

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "tools/zn/Exchange.h"
+#include "tools/zn/UrlPath.h"
+#include "tools/zn/UserFile.h"
+#include "uZnHTTPServer.h"
+
+namespace Zn
+{
+
+/// Which paths of a site need a logon, and who may log on. Read only once it is made; any thread.
+class TProtection
+{
+public:
+    /// AScheme is what the challenge names: authBasic or authDigest. ARealm empty: the file's first one.
+    /// APaths are paths below the binding; none protects all of them. Raises Exception for a path that can't
+    /// name a file and for accounts of which none belongs to the realm.
+    TProtection(TZnHTTPAuthentication AScheme, const TUserFile& AUsers, std::string ARealm,
+                const std::vector<std::string>& APaths);
+
+    /// Adds a path to those that need a logon.
+    void AddPath(const std::string& APath);
+
+    /// Gives AServer realm and accounts; this object outlives it.
+    void Attach(TZnCustomHTTPServer& AServer) const;
+
+    /// Raises EZnHTTPAuthenticationFailure 401 when APath, as in the URL but without the binding's part,
+    /// needs a logon and the caller has none.
+    void Check(const TZnHTTPServerRequest& ARequest, std::string_view APath) const;
+
+private:
+    bool NeedsLogon(std::string_view APath) const;
+
+    const TZnHTTPAuthentication FScheme;
+    const std::string FRealm;
+    const std::unordered_map<std::string, std::string> FHashes; // by user name
+    std::vector<std::vector<std::string>> FPaths;               // names from the site's root on
+};
+
+/// The handler of /demo/private: tells the caller who he is.
+void RespondPrivate(TExchange& AExchange);
+
+} // namespace Zn
