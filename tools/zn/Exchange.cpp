@@ -1,8 +1,5 @@
 #include "tools/zn/Exchange.h"
 
-#include <climits>
-#include <unistd.h>
-
 #include "uZnHTTPBase.h"
 
 namespace Zn
@@ -35,17 +32,10 @@ void TExchange::Redirect(const std::string& ALocation)
     RespondText("See " + ALocation + "\n");
 }
 
-void TExchange::SendFile(TSiteEntry AFile, TReopen AReopen)
+void TExchange::SendFile(TSiteEntry AFile)
 {
     FFile = std::move(AFile);
-    std::string Name = FFile.ReopenName();
-    if (AReopen == TReopen::ByPath) {
-        char Path[PATH_MAX];
-        const ssize_t Length = readlink(Name.c_str(), Path, sizeof(Path));
-        if (Length > 0)
-            Name.assign(Path, static_cast<std::size_t>(Length));
-    }
-    Response.SetResponseFileName(std::move(Name));
+    Response.SetResponseFileName(FFile.ReopenName());
 }
 
 } // namespace Zn

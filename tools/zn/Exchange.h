@@ -36,12 +36,9 @@ public:
     /// 301 to a path on this server.
     void Redirect(const std::string& ALocation);
 
-    enum class TReopen {
-        SameFile, // the pipeline sends the very file that was opened, whatever has its name by then
-        ByPath    // by its name, which tells the pipeline how to treat it
-    };
-    /// Answers with an open file, which stays open until the answer has left.
-    void SendFile(TSiteEntry AFile, TReopen AReopen);
+    /// Answers with an open file, which stays open until the answer has left: the very file that was opened,
+    /// whatever has its name by then.
+    void SendFile(TSiteEntry AFile);
 
 private:
     TSiteEntry FFile;

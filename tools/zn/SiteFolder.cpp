@@ -104,6 +104,9 @@ TSiteFolder::TSiteFolder(const std::string& APath)
 TSiteEntry TSiteFolder::Open(const std::string& ARelativePath) const
 {
     TSiteEntry Entry;
+    Entry.Error = ENOENT;
+    if (ARelativePath.find('\0') != std::string::npos)
+        return Entry; // the system would read the name up to it
     Entry.Fd = TFileDescriptor(OpenBeneath(FRoot.Get(), ARelativePath.empty() ? "." : ARelativePath));
     struct stat Stat
     {

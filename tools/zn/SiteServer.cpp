@@ -78,6 +78,11 @@ void TSiteServer::DoOnResponse(TZnHTTPServerResponseThread& AResponseThread, con
     WriteAccessLine(Record);
 }
 
+std::unique_ptr<TStream> TSiteServer::CreateFileStream(const std::string& APath, const std::string& AFileName)
+{
+    return FFiles.OpenForPage(APath + AFileName);
+}
+
 void TSiteServer::Respond(TExchange& AExchange) const
 {
     const std::string_view Path = AExchange.Request.UrlData.FilePath;

@@ -28,6 +28,9 @@ public:
 protected:
     void DoOnResponse(TZnHTTPServerResponseThread& AResponseThread,
                       const TZnHTTPServerOnResponse& AOnResponse) override;
+    /// Pages and what they include come from the served folder, and from nowhere else.
+    std::unique_ptr<TStream> CreateFileStream(const std::string& APath,
+                                              const std::string& AFileName) override;
 
 private:
     void Respond(TExchange& AExchange) const;

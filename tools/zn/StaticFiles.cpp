@@ -9,6 +9,7 @@
 #include "tools/zn/ConditionalRequests.h"
 #include "tools/zn/DirectoryPage.h"
 #include "uZnHTTPBase.h"
+#include "uZnHTTPServer/IncludeParser.h"
 
 namespace Zn
 {
@@ -22,13 +23,6 @@ constexpr const char* cIndexNames[] = {"index.html", "index.htm", "index.shtml"}
 // less than the field that announces it.
 constexpr std::uint64_t cDeflateAtLeast = 256;
 constexpr std::uint64_t cDeflateAtMost = 1 << 20;
-
-/// The pipeline looks for includes in files with these endings. What they hold then is more than the
-/// file, so the file's date and length say nothing about it.
-bool IsExpanded(std::string_view AName)
-{
-    return AName.ends_with(".shtml") || AName.ends_with(".htm");
-}
 
 std::string ReadPart(const TSiteEntry& AFile, std::uint64_t AFirst, std::uint64_t ALength)
 {
@@ -45,6 +39,18 @@ std::string ReadPart(const TSiteEntry& AFile, std::uint64_t AFirst, std::uint64_
     }
     Bytes.resize(Done);
     return Bytes;
+}
+
+/// One of a path's names is a hidden one; "." and ".." are none.
+bool HasHiddenName(std::string_view APath)
+{
+    while (!APath.empty()) {
+        const std::string_view Name = APath.substr(0, APath.find('/'));
+        if (Name != "." && Name != ".." && TSiteFolder::IsHidden(Name))
+            return true;
+        APath.remove_prefix(std::min(Name.size() + 1, APath.size()));
+    }
+    return false;
 }
 
 [[noreturn]] void RaiseOpenError(int AError)
@@ -116,7 +122,7 @@ void SendContent(TExchange& AExchange, TSiteEntry AFile, const TRangeRequest& AR
     // Without a Range field it only announces that ranges are served; one that is to be ignored must not be
     // seen.
     Response.SetPartialContent(Part || AExchange.Header(HttpHeaderRange).empty());
-    AExchange.SendFile(std::move(AFile), TExchange::TReopen::SameFile);
+    AExchange.SendFile(std::move(AFile));
 }
 
 } // namespace
@@ -145,9 +151,26 @@ void TStaticFiles::Respond(TExchange& AExchange, std::string_view APrefix, std::
     if (Entry.Kind == TEntryKind::Folder)
         RespondFolder(AExchange, APrefix, *Path, std::move(Entry));
     else if (Entry.Kind == TEntryKind::File && !Path->IsFolder)
-        RespondFile(AExchange, {std::move(Entry), Path->Names.back()});
+        RespondFile(AExchange, {std::move(Entry), Path->FileName()});
     else
         throw EZnHTTPNotFound("There is nothing at this address.");
+}
+
+std::unique_ptr<TStream> TStaticFiles::OpenForPage(const std::string& APath) const
+{
+    const std::string Text = "Cannot open file \"" + APath + "\". ";
+    if (HasHiddenName(APath))
+        throw EFileNotFoundException(Text + "It is hidden.");
+    const TSiteEntry Entry = FFolder.Open(APath);
+    if (!Entry.Fd && (Entry.Error == EACCES || Entry.Error == EPERM))
+        throw EFOpenError(Text + "It may not be read.");
+    if (!Entry.Fd && (Entry.Error == EMFILE || Entry.Error == ENFILE || Entry.Error == ENOMEM))
+        throw EFOpenError(Text + "The server has too many files open.");
+    if (!Entry.Fd)
+        throw EFileNotFoundException(Text + "There is nothing of that name.");
+    if (Entry.Kind != TEntryKind::File)
+        throw EFOpenError(Text + "It is no file.");
+    return std::make_unique<TFileStream>(Entry.ReopenName(), fmOpenRead | fmShareDenyNone);
 }
 
 void TStaticFiles::RespondFolder(TExchange& AExchange, std::string_view APrefix, const TUrlPath& APath,
@@ -164,9 +187,10 @@ void TStaticFiles::RespondFolder(TExchange& AExchange, std::string_view APrefix,
     }
     const std::string Folder = APath.FileName();
     for (const char* Name : cIndexNames) {
-        TSiteEntry Index = FFolder.Open(Folder.empty() ? Name : Folder + "/" + Name);
+        const std::string IndexPath = Folder.empty() ? Name : Folder + "/" + Name;
+        TSiteEntry Index = FFolder.Open(IndexPath);
         if (Index.Fd && Index.Kind == TEntryKind::File)
-            return RespondFile(AExchange, {std::move(Index), Name});
+            return RespondFile(AExchange, {std::move(Index), IndexPath});
     }
     TZnHTTPServerResponse& Response = AExchange.Response;
     if (!FOptions.InlineStyle && Query == cStyleQuery) {
@@ -188,8 +212,10 @@ void TStaticFiles::RespondFile(TExchange& AExchange, TFile AFile) const
     Response.AddUnknownHeader("X-Content-Type-Options", "nosniff");
     // May be kept, but is asked about each time: a changed file is seen at once.
     Response.AddUnknownHeader("Cache-Control", "no-cache");
-    if (IsExpanded(AFile.Name))
-        return AExchange.SendFile(std::move(AFile.Entry), TExchange::TReopen::ByPath);
+    // A page is what it includes as well, so the file's date and length say nothing about it. The pipeline
+    // opens it through OpenForPage.
+    if (MayHoldDirectives(AFile.Name()))
+        return Response.SetResponseFileName(std::move(AFile.Path));
 
     TValidators Validators = FileValidators(AFile.Entry.Size, AFile.Entry.Modified, CurrentTime());
     const bool Deflate = WantsDeflate(AExchange, AFile, ContentType);
@@ -219,7 +245,7 @@ void TStaticFiles::RespondFile(TExchange& AExchange, TFile AFile) const
 
 std::string TStaticFiles::ContentTypeOf(const TFile& AFile) const
 {
-    const std::string Known = FContentTypes.OfName(AFile.Name);
+    const std::string Known = FContentTypes.OfName(AFile.Name());
     return Known.empty() ? TContentTypes::OfContent(
                                ReadPart(AFile.Entry, 0, std::min<std::uint64_t>(AFile.Entry.Size, 1024)))
                          : Known;

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
+#include "common/Streams.h"
 #include "tools/zn/ContentTypes.h"
 #include "tools/zn/Exchange.h"
 #include "tools/zn/RangeRequest.h"
@@ -30,11 +32,22 @@ public:
     /// Raises EZnHTTPException with 404, 403, 405, 412 or 416.
     void Respond(TExchange& AExchange, std::string_view APrefix, std::string_view APath) const;
 
+    /// Opens a page, or a file that it includes, by its path from the folder. Such a path may hold ".." and
+    /// symbolic links as long as they stay inside; what lies outside and what is hidden isn't found. Raises
+    /// EFileNotFoundException, or EFOpenError for what is there and is no file or may not be read.
+    std::unique_ptr<TStream> OpenForPage(const std::string& APath) const;
+
 private:
     struct TFile
     {
         TSiteEntry Entry;
-        std::string Name; // without folders
+        std::string Path; // from the folder
+
+        std::string_view Name() const
+        {
+            const std::string_view All = Path;
+            return All.substr(All.rfind('/') + 1);
+        }
     };
 
     void RespondFolder(TExchange& AExchange, std::string_view APrefix, const TUrlPath& APath,
