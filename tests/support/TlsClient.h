@@ -23,7 +23,8 @@ struct TestIdentity
 /// A self-signed certificate for the name, good for an hour.
 inline TestIdentity MakeIdentity(const std::string& AName)
 {
-    const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> Key(EVP_EC_gen("P-256"), EVP_PKEY_free);
+    const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> Key(
+        EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"), EVP_PKEY_free);
     const std::unique_ptr<X509, decltype(&X509_free)> Certificate(X509_new(), X509_free);
     X509_set_version(Certificate.get(), X509_VERSION_3);
     ASN1_INTEGER_set(X509_get_serialNumber(Certificate.get()), 1);

@@ -88,7 +88,7 @@ std::uint32_t MakeSelfSigned(const std::string& AHost, std::uint32_t ADays, std:
     const bool IsAddress = AHost.find('%') == std::string::npos && EndpointFromText(AHost, 0).has_value();
     if ((!IsAddress && !IsHostName(AHost)) || ADays < 1 || ADays > MaxDays)
         return ERROR_INVALID_PARAMETER;
-    const KeyPtr Key(EVP_EC_gen("P-256"));
+    const KeyPtr Key(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"));
     const CertificatePtr Certificate(X509_new());
     if (!Key || !Certificate ||
         !Fill(*Certificate, *Key, AHost, (IsAddress ? "IP:" : "DNS:") + AHost, ADays)) {
