@@ -34,7 +34,7 @@ struct TZnHTTPServerAuthSession
 ///        v                                v
 ///     gone <--------- Terminate, or period over and not used in the last 5 min
 ///
-/// Its waits run on the manager's timers, so a token costs memory only, about 600 bytes.
+/// Its waits run on the manager's timers, so a token costs memory only, about 650 bytes.
 ///
 /// Threads:   every operation from any thread. RefreshToken runs on the thread of the timers, which
 ///            serves all tokens: an override must not block.

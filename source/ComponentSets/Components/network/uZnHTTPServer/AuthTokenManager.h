@@ -52,7 +52,7 @@ public:
 
     /// Most tokens at a time, logged on or not. A further one takes the place of the oldest that nobody
     /// has logged on with; when there is none such, the request is answered 503. Default 1000000, which take
-    /// about 600 MB; at least 1.
+    /// about 650 MB; at least 1.
     std::size_t GetMaxTokens() const { return FMaxTokens; }
     void SetMaxTokens(std::size_t AValue);
 
