@@ -66,7 +66,8 @@ THttpAnswer Curl(std::vector<std::string> AArguments)
 
     std::string Text = Process.Output();
     std::size_t End = Text.find("\r\n\r\n");
-    while (Text.starts_with("HTTP/1.1 100") && End != std::string::npos) { // what came before the answer
+    // What came before the answer: 100, or the challenge that curl has met already.
+    while (End != std::string::npos && Text.compare(End + 4, 5, "HTTP/") == 0) {
         Text.erase(0, End + 4);
         End = Text.find("\r\n\r\n");
     }
