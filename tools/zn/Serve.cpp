@@ -8,6 +8,7 @@
 #include "common/Streams.h"
 #include "platform/errors/Errors.h"
 #include "tools/zn/Commands.h"
+#include "tools/zn/FormLogon.h"
 #include "tools/zn/Protection.h"
 #include "tools/zn/SiteServer.h"
 #include "tools/zn/StaticFiles.h"
@@ -150,6 +151,8 @@ int RunServe(const TServeOptions& AOptions)
                                 "\" can't be served: --bind takes http://HOST:PORT/PATH/ or https://...");
             Server.AddBinding(*Url);
         }
+        if (AOptions.Auth == "form")
+            UseFormLogon(Server, AOptions.FormLogon, AOptions.Protect);
         UseCertificate(Server, AOptions);
         for (const std::string& Line : AOptions.CSPLines)
             Server.GetCSPDirectives().Add(Line);

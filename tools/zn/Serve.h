@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/zn/FormLogon.h"
+
 namespace Zn
 {
 
@@ -17,13 +19,14 @@ struct TServeOptions
     std::vector<std::string> CSPLines; // each one Content-Security-Policy field
     int BufferSize = 16384;            // RequestBufferSize, bytes; browsers send more than the library's 2048
     bool Demo = false;
-    std::string Auth;                 // "basic" or "digest"; empty: nobody has to log on
+    std::string Auth;                 // "basic", "digest" or "form"; empty: nobody has to log on
     std::string UsersFile;            // user:realm:HA1 lines
     std::string Realm;                // empty: the realm of the file's first account
     std::vector<std::string> Protect; // paths below each binding; none: all
-    std::string CertificateFile;      // PEM, for the https bindings; empty: what the SSL binding list says
-    std::string KeyFile;              // PEM; empty: the key stands in CertificateFile
-    std::string ClientCAFile;         // PEM; not empty: clients are asked for a certificate
+    TFormLogonOptions FormLogon;
+    std::string CertificateFile; // PEM, for the https bindings; empty: what the SSL binding list says
+    std::string KeyFile;         // PEM; empty: the key stands in CertificateFile
+    std::string ClientCAFile;    // PEM; not empty: clients are asked for a certificate
 };
 
 /// Serves until SIGINT or SIGTERM. The exit code of the program: 0 after a clean end, 1 with a line on

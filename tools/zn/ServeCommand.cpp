@@ -47,9 +47,9 @@ void AddServeCommand(CLI::App& AApp, int& AExitCode)
         ->check(CLI::ExistingFile)
         ->needs(Certificate);
     CLI::Option* const Auth =
-        Command->add_option("--auth", Options->Auth, "Ask for a logon by this scheme: basic or digest")
+        Command->add_option("--auth", Options->Auth, "Ask for a logon: basic, digest or form")
             ->type_name("SCHEME")
-            ->check(CLI::IsMember({"basic", "digest"}));
+            ->check(CLI::IsMember({"basic", "digest", "form"}));
     CLI::Option* const Users =
         Command->add_option("--users", Options->UsersFile, "File of accounts; see zn users add")
             ->type_name("FILE")
@@ -64,6 +64,17 @@ void AddServeCommand(CLI::App& AApp, int& AExitCode)
         ->type_name("PATH")
         ->allow_extra_args(false)
         ->needs(Auth);
+    const auto AddFormUrl = [&](const char* AName, std::string& AUrl, const char* AHelp) {
+        Command->add_option(AName, AUrl, AHelp)->type_name("PATH")->needs(Auth);
+    };
+    AddFormUrl("--logon-url", Options->FormLogon.LogonUrl,
+               "With --auth form: page that posts userName and password to itself (default: logon.html of "
+               "the binding)");
+    AddFormUrl("--logoff-url", Options->FormLogon.LogoffUrl,
+               "With --auth form: page that ends a session (default: logoff.html of the binding)");
+    AddFormUrl(
+        "--default-url", Options->FormLogon.DefaultUrl,
+        "With --auth form: where visitors of the logon page begin (default: the first protected path)");
     Command->add_flag("--demo", Options->Demo, "Add handlers that show the server below /demo/");
 
     Command->callback([Options, &AExitCode] { AExitCode = RunServe(*Options); });

@@ -8,6 +8,7 @@
 #include "platform/text/Unicode.h"
 #include "tools/zn/AccessLog.h"
 #include "tools/zn/Demo.h"
+#include "tools/zn/FormLogon.h"
 #include "uZnIPHelper.h"
 
 namespace Zn
@@ -88,7 +89,7 @@ void TSiteServer::Respond(TExchange& AExchange) const
     const std::string_view Path = AExchange.Request.UrlData.FilePath;
     const std::string_view Prefix = PrefixOf(Path);
     const std::string_view Rest = Path.substr(Prefix.size());
-    if (FProtection)
+    if (FProtection && !IsLogonPage(*this, AExchange.Request.UrlData))
         FProtection->Check(AExchange.Request, Rest);
     if (FDemo && Rest.starts_with(cDemoFolder))
         RespondDemo(AExchange, Rest.substr(cDemoFolder.size()));
