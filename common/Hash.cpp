@@ -53,7 +53,9 @@ std::string_view ViewOf(const TZnBytes& ABytes)
 
 std::string MD5Hash(std::string_view ABytes)
 {
-    return THashSHA2::DigestAsString(DigestOf(ABytes, MD5()));
+    unsigned char Digest[16]; // on the stack: two of these are a Digest check
+    Check(EVP_Digest(ABytes.data(), ABytes.size(), Digest, nullptr, MD5(), nullptr));
+    return TZnNetEncoding::GetHexEncoding().Encode({reinterpret_cast<const char*>(Digest), sizeof(Digest)});
 }
 
 struct THashSHA2::TContext

@@ -239,12 +239,12 @@ std::string TZnBase64Encoding::Decode(std::string_view AText) const
 
 std::string TZnHexEncoding::Encode(std::string_view ABytes) const
 {
-    std::string Result;
-    Result.reserve(ABytes.size() * 2);
+    std::string Result(ABytes.size() * 2, '\0');
+    char* Digit = Result.data();
     for (const char Char : ABytes) {
         const auto Byte = static_cast<unsigned char>(Char);
-        Result.push_back(cLowerHex[Byte >> 4]);
-        Result.push_back(cLowerHex[Byte & 0x0F]);
+        *Digit++ = cLowerHex[Byte >> 4];
+        *Digit++ = cLowerHex[Byte & 0x0F];
     }
     return Result;
 }

@@ -1,6 +1,7 @@
 #include "uZnHTTPServer/Digest.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "common/Hash.h"
 #include "common/Text.h"
@@ -9,22 +10,6 @@ namespace Zn
 {
 namespace
 {
-
-struct Field
-{
-    std::string_view Name;
-    std::string DigestCredentials::*Value;
-};
-constexpr Field cFields[] = {
-    {"username", &DigestCredentials::UserName},
-    {"nonce", &DigestCredentials::Nonce},
-    {"uri", &DigestCredentials::Uri},
-    {"cnonce", &DigestCredentials::CNonce},
-    {"nc", &DigestCredentials::NC},
-    {"response", &DigestCredentials::Response},
-    {"qop", &DigestCredentials::QOP},
-    {"opaque", &DigestCredentials::Opaque},
-};
 
 std::string_view WithoutQuotes(std::string_view AValue)
 {
@@ -64,13 +49,13 @@ std::string_view MethodPrefix(THTTP_VERB AVerb)
     }
 }
 
-std::string HA2(const DigestCredentials& ACredentials, THTTP_VERB AVerb)
+std::string HA2(std::string_view AUri, THTTP_VERB AVerb)
 {
     const std::string_view Prefix = MethodPrefix(AVerb);
     if (Prefix.empty())
         return {};
     std::string Text(Prefix);
-    Text += ACredentials.Uri;
+    Text += AUri;
     return MD5Hash(Text);
 }
 
@@ -79,6 +64,12 @@ std::string HA2(const DigestCredentials& ACredentials, THTTP_VERB AVerb)
 DigestCredentials ParseDigestCredentials(std::string_view ACredentials)
 {
     DigestCredentials Result;
+    std::string_view UserName;
+    const std::pair<std::string_view, std::string_view*> Fields[] = {
+        {"username", &UserName},    {"nonce", &Result.Nonce},   {"uri", &Result.Uri},
+        {"cnonce", &Result.CNonce}, {"nc", &Result.NC},         {"response", &Result.Response},
+        {"qop", &Result.QOP},       {"opaque", &Result.Opaque},
+    };
     while (!ACredentials.empty()) {
         const std::size_t Comma = std::min(ACredentials.find(','), ACredentials.size());
         const std::string_view Pair = ACredentials.substr(0, Comma);
@@ -86,25 +77,26 @@ DigestCredentials ParseDigestCredentials(std::string_view ACredentials)
 
         const std::size_t Equals = std::min(Pair.find('='), Pair.size());
         const std::string_view Name = ZnTrimView(Pair.substr(0, Equals));
-        const std::string_view Value = ZnTrimView(Pair.substr(std::min(Equals + 1, Pair.size())));
-        const auto* const Known = std::find_if(std::begin(cFields), std::end(cFields),
-                                               [&](const Field& AField) { return AField.Name == Name; });
-        if (Known != std::end(cFields))
-            Result.*Known->Value = WithoutQuotes(Value);
+        const auto* const Known = std::find_if(std::begin(Fields), std::end(Fields),
+                                               [&](const auto& AField) { return AField.first == Name; });
+        if (Known != std::end(Fields))
+            *Known->second = WithoutQuotes(ZnTrimView(Pair.substr(std::min(Equals + 1, Pair.size()))));
     }
-    Result.UserName = UnescapeBackslashes(Result.UserName);
+    Result.UserName = UnescapeBackslashes(UserName);
     return Result;
 }
 
 std::string DigestResponse(const DigestCredentials& ACredentials, THTTP_VERB AVerb,
                            std::string_view AStoredHash)
 {
+    const std::string Ha2 = HA2(ACredentials.Uri, AVerb);
     std::string Text = LowerCase(AStoredHash);
+    Text.reserve(Text.size() + ACredentials.Nonce.size() + ACredentials.NC.size() +
+                 ACredentials.CNonce.size() + ACredentials.QOP.size() + Ha2.size() + 5);
     for (const std::string_view Part :
-         {std::string_view(ACredentials.Nonce), std::string_view(ACredentials.NC),
-          std::string_view(ACredentials.CNonce), std::string_view(ACredentials.QOP)})
+         {ACredentials.Nonce, ACredentials.NC, ACredentials.CNonce, ACredentials.QOP})
         Text.append(1, ':').append(Part);
-    Text.append(1, ':').append(HA2(ACredentials, AVerb));
+    Text.append(1, ':').append(Ha2);
     return MD5Hash(Text);
 }
 

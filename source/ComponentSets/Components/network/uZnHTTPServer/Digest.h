@@ -8,17 +8,18 @@
 namespace Zn
 {
 
-/// The pairs of a Digest field that are looked at, without their quotes; empty where there was none.
+/// The pairs of a Digest field that are looked at, without their quotes; empty where there was none. All but
+/// the name are pieces of the field.
 struct DigestCredentials
 {
     std::string UserName; // with each pair of backslashes as one
-    std::string Nonce;
-    std::string Uri;
-    std::string CNonce;
-    std::string NC;
-    std::string Response;
-    std::string QOP;
-    std::string Opaque;
+    std::string_view Nonce;
+    std::string_view Uri;
+    std::string_view CNonce;
+    std::string_view NC;
+    std::string_view Response;
+    std::string_view QOP;
+    std::string_view Opaque;
 };
 
 /// Reads what follows "Digest " in an Authorization field. A comma ends a pair, inside of quotes too; names
