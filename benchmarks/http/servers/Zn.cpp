@@ -47,6 +47,13 @@ void SendUploadSize(TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResp
     AResponse.SetResponseText(std::to_string(size));
 }
 
+void TellCaller(const TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse)
+{
+    if (ARequest.AuthenticationType == authNone && !ARequest.UrlData.FilePath.ends_with("/who"))
+        throw EZnHTTPAuthenticationFailure(authBasic, "Log on.", 401);
+    AResponse.SetResponseText(ARequest.LogonName);
+}
+
 void Answer(const TSite& ASite, TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse)
 {
     const std::string& target = ARequest.UrlData.FilePath;
@@ -58,8 +65,24 @@ void Answer(const TSite& ASite, TZnHTTPServerRequest& ARequest, TZnHTTPServerRes
         SendEcho(ARequest, AResponse);
     else if (target == "/upload")
         SendUploadSize(ARequest, AResponse);
+    else if (target == "/who" || target == "/who.htm")
+        TellCaller(ARequest, AResponse);
     else
         throw EZnHTTPException("There is no such target.", 404);
+}
+
+/// One account, for requests of a caller who has logged on.
+void UseAccount(TZnCustomHTTPServer& AServer)
+{
+    AServer.SetAuthenticationRealm("bench");
+    AServer.SetLogonUrl("/logon.htm");
+    AServer.SetOnGetStoredPassword([Hash = AServer.CalculatePasswordHash("bench", "open sesame", {})](
+                                       TZnCustomHTTPServer&, TZnHTTPAuthentication, const std::string& AUser,
+                                       std::string& AHash, std::string& ARole, std::string&, TDateTime&) {
+        AHash = Hash;
+        ARole = "User";
+        return AUser == "bench";
+    });
 }
 
 /// https where the environment names a PEM file with certificate and key.
@@ -88,6 +111,7 @@ int main(int argc, char** argv)
         {(secure ? "https" : "http") + ("://127.0.0.1:" + std::to_string(arguments.Port)) + "/"});
     server.SetOnResponse([&site](TZnCustomHTTPServer&, PZnHTTPServerRequest ARequest,
                                  TZnHTTPServerResponse& AResponse) { Answer(site, *ARequest, AResponse); });
+    UseAccount(server);
     server.SetActive(true);
     WaitForEnd();
     server.SetActive(false);
