@@ -182,7 +182,9 @@ std::uint32_t Service::SecurePort(std::uint16_t APort)
 {
     if (FOwnCertificates.contains(APort))
         return NO_ERROR;
-    const auto Binding = FindCertificateBinding(APort);
+    std::optional<CertificateBinding> Binding;
+    if (const std::uint32_t Result = FindCertificateBinding(APort, Binding); Result != NO_ERROR)
+        return Result;
     if (!Binding)
         return ERROR_NO_SUCH_LOGON_SESSION;
     TlsPortSettings Settings;

@@ -7,16 +7,17 @@
 namespace Zn
 {
 
-std::optional<CertificateBinding> FindCertificateBinding(std::uint16_t APort)
+std::uint32_t FindCertificateBinding(std::uint16_t APort, std::optional<CertificateBinding>& AResult)
 {
+    AResult.reset();
     ConfigurationTables Tables;
-    if (ConfigurationStore::Load(Tables) != NO_ERROR)
-        return std::nullopt;
+    if (const std::uint32_t Result = ConfigurationStore::Load(Tables); Result != NO_ERROR)
+        return Result;
     for (const SslBinding& Each : Tables.SslBindings)
         if (Each.Port == APort)
-            return CertificateBinding{Each.Store.empty() ? CertificateStore::DefaultName : Each.Store,
-                                      Each.Thumbprint, Each.NegotiateClientCertificate};
-    return std::nullopt;
+            AResult = {Each.Store.empty() ? CertificateStore::DefaultName : Each.Store, Each.Thumbprint,
+                       Each.NegotiateClientCertificate};
+    return NO_ERROR;
 }
 
 std::uint32_t LoadListenAddresses(std::vector<std::string>& AResult)

@@ -20,8 +20,8 @@ struct CertificateBinding
     bool NegotiateClientCertificate = false;
 };
 
-/// Empty where the port has none, and where the store can't be read.
-std::optional<CertificateBinding> FindCertificateBinding(std::uint16_t APort);
+/// Empty where the port has none. 0, or 13 where the store's file is damaged.
+std::uint32_t FindCertificateBinding(std::uint16_t APort, std::optional<CertificateBinding>& AResult);
 
 /// A certificate with its key, as PEM texts.
 struct PemFiles

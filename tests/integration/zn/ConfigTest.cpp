@@ -159,6 +159,28 @@ TEST_F(Config, TellsFailureFromAWrongCommandLine)
     EXPECT_NE(Damaged.Errors.find("damaged"), std::string::npos) << Damaged.Errors;
 }
 
+TEST_F(Config, ABoundPortServesHttpsWithTheCertificateOfTheName)
+{
+    Place.Write("site/page.txt", "a page");
+    const std::string Port = std::to_string(FreePort());
+    const std::vector<std::string> Serve{ZN_PROGRAM, "serve", (Place.Path() / "site").string(), "--bind",
+                                         "https://+:" + Port + "/"};
+    EXPECT_EQ(TChildProcess(Serve).WaitForExit(cPatience), 1); // no certificate
+    const std::string First = Line({"certificate", "create", "127.0.0.1"});
+    const std::string Second = Line({"certificate", "create", "second.test"});
+    Output({"sslcert", "add", Port, First});
+    TChildProcess Server(Serve);
+    ASSERT_TRUE(Server.WaitForOutput("Press Ctrl+C to stop.", cPatience)) << Server.Errors();
+    const auto Get = [&](const std::string& AHost, const std::string& AThumbPrint) {
+        const auto File = Place.Path() / "state/certificates/my" / (AThumbPrint + ".pem");
+        return Curl({"--cacert", File.string(), "--resolve", "second.test:" + Port + ":127.0.0.1",
+                     "https://" + AHost + ":" + Port + "/page.txt"});
+    };
+    EXPECT_EQ(Get("127.0.0.1", First).Content, "a page");
+    EXPECT_EQ(Get("second.test", Second).Content, "a page");
+    EXPECT_EQ(Get("second.test", First).CurlCode, 60); // it isn't the first one that this name gets
+}
+
 TEST_F(Config, TheListenListRulesARunningServer)
 {
     Place.Write("site/page.txt", "a page");

@@ -187,11 +187,13 @@ TEST_F(ServiceConfiguration, BindingsNeedACertificateAndSayWhatTheyCanDo)
     EXPECT_EQ(Record.ParamDesc.AppId, Good.Record.ParamDesc.AppId);
     EXPECT_EQ(Record.ParamDesc.DefaultFlags, HTTP_SERVICE_CONFIG_SSL_FLAG_NEGOTIATE_CLIENT_CERT);
     EXPECT_EQ(Zn::PortOf(*Zn::EndpointFromAddress(Record.KeyDesc.pIpPort)), 443);
-    const auto Found = Zn::FindCertificateBinding(443);
+    std::optional<Zn::CertificateBinding> Found;
+    EXPECT_EQ(Zn::FindCertificateBinding(443, Found), NO_ERROR);
     ASSERT_TRUE(Found);
     EXPECT_EQ(Found->Store, "my");
     EXPECT_TRUE(Found->NegotiateClientCertificate);
-    EXPECT_FALSE(Zn::FindCertificateBinding(444));
+    EXPECT_EQ(Zn::FindCertificateBinding(444, Found), NO_ERROR);
+    EXPECT_FALSE(Found);
     EXPECT_EQ(Good.PassTo(Delete), NO_ERROR);
     EXPECT_EQ(Good.PassTo(Delete), ERROR_FILE_NOT_FOUND);
 }
