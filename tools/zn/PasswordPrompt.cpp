@@ -71,9 +71,9 @@ std::optional<std::string> PromptForPassword(const std::string& AQuestion)
     termios Before{};
     if (tcgetattr(STDIN_FILENO, &Before) != 0)
         return std::nullopt;
+    const TQuietTerminal Terminal(Before); // first: who sees the question may type at once
     std::fputs(AQuestion.c_str(), stderr);
     std::fflush(stderr);
-    const TQuietTerminal Terminal(Before);
     std::string Line;
     char Char;
     while (Terminal.WaitForInput() && read(STDIN_FILENO, &Char, 1) == 1) {
