@@ -1,7 +1,9 @@
 #include "tools/zn/Serve.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
 #include <optional>
 
 #include "common/Exceptions.h"
@@ -96,11 +98,24 @@ void UseCertificate(TSiteServer& AServer, const TServeOptions& AOptions)
         }
 }
 
+/// Whether the site would hand out a file: it lies below the folder and no name on the way there is hidden.
+bool IsServed(const std::string& AFileName, const std::string& AFolder)
+{
+    const auto Path =
+        std::filesystem::canonical(AFileName).lexically_relative(std::filesystem::canonical(AFolder));
+    return std::none_of(Path.begin(), Path.end(),
+                        [](const auto& AName) { return TSiteFolder::IsHidden(AName.string()); });
+}
+
 /// Who may see what, by the command line; nothing when everybody may see everything.
 std::optional<TProtection> MakeProtection(const TServeOptions& AOptions)
 {
     if (AOptions.Auth.empty())
         return std::nullopt;
+    // Whoever has the hashes can log on by Digest.
+    if (IsServed(AOptions.UsersFile, AOptions.Folder))
+        throw Exception("the file of accounts would be served as well: keep " + AOptions.UsersFile +
+                        " outside of " + AOptions.Folder);
     std::optional<TProtection> Protection(std::in_place, AOptions.Auth == "basic" ? authBasic : authDigest,
                                           TUserFile(AOptions.UsersFile), AOptions.Realm, AOptions.Protect);
     if (AOptions.Demo)

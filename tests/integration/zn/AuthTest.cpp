@@ -33,7 +33,7 @@ protected:
         Folder.Write("private/page.html", "<p>for anna</p>");
     }
 
-    std::string Users() const { return (Folder.Path() / "users").string(); }
+    std::string Users() const { return (Accounts.Path() / "users").string(); }
 
     int AddUser(const std::string& AName, const std::string& APassword, const std::string& ARealm = "club")
     {
@@ -51,12 +51,13 @@ protected:
     }
 
     TTemporaryFolder Folder;
+    TTemporaryFolder Accounts;
     std::string Said;
 };
 
 TEST_F(Auth, UsersAddKeepsWhatElseTheFileHolds)
 {
-    Folder.Write("users", "# members\nbert:other:0123456789abcdef0123456789ABCDEF\r\n\n");
+    Accounts.Write("users", "# members\nbert:other:0123456789abcdef0123456789ABCDEF\r\n\n");
     EXPECT_EQ(AddUser("anna", "secret"), 0) << Said;
     EXPECT_EQ(AddUser("bert", "secret"), 0) << Said;
     const std::string Before = ReadFile(Users());
@@ -76,7 +77,7 @@ TEST_F(Auth, UsersAddKeepsWhatElseTheFileHolds)
     EXPECT_EQ(AddUser("carl", ""), 1);
     EXPECT_EQ(AddUser("carl", "secret", "a:b"), 1);
     EXPECT_EQ(ReadFile(Users()), Before);
-    Folder.Write("users", "anna:club:nohash\n");
+    Accounts.Write("users", "anna:club:nohash\n");
     EXPECT_EQ(AddUser("carl", "secret"), 1);
     EXPECT_NE(Said.find("line 1"), std::string::npos) << Said;
 }
@@ -141,6 +142,21 @@ TEST_F(Auth, CurlLogsOnByBothSchemes)
             << "POST";
         for (const char* Wrong : {"anna:wrong", "bert:secret", "anna:"})
             EXPECT_EQ(Site.Get("demo/private", {Option, "-u", Wrong}).Status, 401) << Wrong;
+    }
+}
+
+TEST_F(Auth, TheAccountsAreNotServed)
+{
+    for (const char* Name : {"users", "deep/users", ".users"}) {
+        Folder.Write(Name, "anna:club:ec31b56101a6343dc35f2cbc2fb3a8de\n");
+        TChildProcess Process({ZN_PROGRAM, "serve", Folder.Path().string(), "--bind", "http://localhost:0/",
+                               "--auth", "digest", "--users", (Folder.Path() / Name).string(), "--protect",
+                               "%zz"});
+        EXPECT_EQ(Process.WaitForExit(cPatience), 1);
+        EXPECT_NE(Process.Errors().find(Name == std::string(".users") ? "no path that can be protected"
+                                                                      : "would be served as well"),
+                  std::string::npos)
+            << Process.Errors();
     }
 }
 
