@@ -7,12 +7,16 @@
 namespace
 {
 
+/// Outlives tQueue: the first thread still runs the destructors of static objects when its own are gone.
+thread_local bool tQueueEnded = false;
+
 /// The thread's reference; closes the queue with the thread.
 struct ThreadQueue
 {
     std::shared_ptr<Zn::MessageQueue> Queue;
     ~ThreadQueue()
     {
+        tQueueEnded = true;
         if (Queue)
             Queue->Close();
     }
@@ -36,6 +40,8 @@ MainQueue& MainSlot()
 
 std::shared_ptr<Zn::MessageQueue> Zn::MessageQueue::OfThisThread()
 {
+    if (tQueueEnded)
+        return std::make_shared<MessageQueue>(); // nobody posts to it any more
     if (!tQueue.Queue) {
         tQueue.Queue = std::make_shared<MessageQueue>();
         OfferAsMain(tQueue.Queue);
@@ -45,7 +51,7 @@ std::shared_ptr<Zn::MessageQueue> Zn::MessageQueue::OfThisThread()
 
 std::shared_ptr<Zn::MessageQueue> Zn::MessageQueue::OfThisThreadIfAny()
 {
-    return tQueue.Queue;
+    return tQueueEnded ? nullptr : tQueue.Queue;
 }
 
 std::shared_ptr<Zn::MessageQueue> Zn::MessageQueue::Main()
