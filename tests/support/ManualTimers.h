@@ -17,7 +17,11 @@ class ManualTimers final : public Timers
 public:
     ManualTimers() = default;
     /// Calls what was told to end at once: nobody else would.
-    ~ManualTimers() override { Advance(); }
+    ~ManualTimers() override
+    {
+        BeforeCall = nullptr; // it is the test's, which has ended
+        Advance();
+    }
 
     std::uint64_t Now() const override
     {
