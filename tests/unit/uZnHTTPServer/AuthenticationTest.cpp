@@ -278,7 +278,7 @@ TEST_F(Authentication, AnOverrideHashesWithTheSalt)
             return THashSHA2::GetHashString(ASalt + AUser + APassword);
         }
     };
-    const ScriptedService Inner;
+    Server.SetActive(false); // its listen thread would meet the script that follows
     ScriptedService Own;
     Salted Other(nullptr);
     Other.SetOnGetStoredPassword([](auto&, auto, const std::string&, std::string& AHash, std::string&,
@@ -290,7 +290,6 @@ TEST_F(Authentication, AnOverrideHashesWithTheSalt)
     Other.SetOnResponse([](auto&, PZnHTTPServerRequest ARequest, TZnHTTPServerResponse& AAnswer) {
         AAnswer.SetResponseText(ARequest->LogonName);
     });
-    Server.SetActive(false);
     Other.SetActive(true);
     EXPECT_EQ(Own.Ask({.Known = {{HttpHeaderAuthorization, Basic("anna:secret")}}}).Body(), "anna");
 }
