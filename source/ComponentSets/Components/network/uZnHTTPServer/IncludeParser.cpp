@@ -1,5 +1,7 @@
 #include "uZnHTTPServer/IncludeParser.h"
 
+#include <algorithm>
+
 namespace Zn
 {
 namespace
@@ -15,8 +17,8 @@ constexpr TZnTextPosition cCopyFrom = tpMark1;
 constexpr TZnTextPosition cCandidate = tpMark2;
 constexpr TZnTextPosition cToken = tpMark3;
 
-/// Steps over the characters that AExpected begins with. True when these were all of it; else the current
-/// character is the first that differs, or the end.
+/// Steps over the characters that AExpected, which is ASCII, begins with. True when these were all of it;
+/// else the current character is the first that differs, or the end.
 bool SkipExpected(TZnTextParser& AParser, std::string_view AExpected)
 {
     for (const char Char : AExpected) {
@@ -34,17 +36,20 @@ std::string AsComment(const std::string& AMarker)
     return std::string(cCommentStart) + AMarker + std::string(cCommentEnd);
 }
 
-/// Goes behind the next AMarker, with the mark at its beginning; to the end when there is none.
-bool FindMarker(TZnTextParser& AText, const std::string& AMarker, TZnTextPosition AMark)
+/// Where AMarker begins in AText at or behind AFrom; npos when it doesn't. Where a comparison fails the
+/// search goes on, so that it takes linear time.
+std::size_t FindMarker(std::string_view AText, std::string_view AMarker, std::size_t AFrom)
 {
-    while (true) {
-        AText.SkipUntil(AMarker.front());
-        if (AText.Eof())
-            return false;
-        AText.SetMark(AMark);
-        if (SkipExpected(AText, AMarker))
-            return true;
+    std::size_t At = AFrom;
+    while ((At = AText.find(AMarker.front(), At)) != AText.npos) {
+        const std::string_view Candidate = AText.substr(At, AMarker.size());
+        const auto Differs = std::mismatch(Candidate.begin(), Candidate.end(), AMarker.begin()).first;
+        const auto Same = static_cast<std::size_t>(Differs - Candidate.begin());
+        if (Same == AMarker.size())
+            return At;
+        At += Same;
     }
+    return AText.npos;
 }
 
 } // namespace
@@ -116,17 +121,22 @@ void DirectiveScanner::ReadParam()
     FParams.Add(std::move(Param));
 }
 
-std::string_view SelectPart(TZnTextParser& AText, const std::string& AStart, const std::string& AEnd)
+std::string_view SelectPart(std::string_view AText, const std::string& AStart, const std::string& AEnd)
 {
-    AText.First();
-    AText.SetMark(cCopyFrom);
-    if (!AStart.empty() && !FindMarker(AText, AsComment(AStart), cCopyFrom))
-        return {};
+    std::size_t Behind = 0;
+    if (!AStart.empty()) {
+        const std::string Marker = AsComment(AStart);
+        const std::size_t At = FindMarker(AText, Marker, 0);
+        if (At == AText.npos)
+            return {};
+        AText.remove_prefix(At);
+        Behind = Marker.size();
+    }
     if (AEnd.empty())
-        AText.Last();
-    else
-        FindMarker(AText, AsComment(AEnd), cCandidate);
-    return AText.Selected(cCopyFrom, tpCurrent);
+        return AText;
+    const std::string Marker = AsComment(AEnd);
+    const std::size_t At = FindMarker(AText, Marker, Behind);
+    return At == AText.npos ? AText : AText.substr(0, At + Marker.size());
 }
 
 } // namespace Zn

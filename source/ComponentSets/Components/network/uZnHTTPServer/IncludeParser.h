@@ -52,6 +52,6 @@ private:
 /// The part of a text from the comment AStart to the comment AEnd, both included. A comment is given whole or
 /// without its "<!-- " and " -->". With an empty AStart the part begins with the text; with an AEnd that is
 /// empty or doesn't follow it goes to the text's end. Empty when AStart isn't found.
-std::string_view SelectPart(TZnTextParser& AText, const std::string& AStart, const std::string& AEnd);
+std::string_view SelectPart(std::string_view AText, const std::string& AStart, const std::string& AEnd);
 
 } // namespace Zn

@@ -22,10 +22,9 @@ namespace
 /// "/s" of any other type loses its letter too.
 std::string ExpandedContentType(std::string AType)
 {
-    const auto At = std::search(AType.begin(), AType.end(), "/s", "/s" + 2,
-                                [](char A, char B) { return A == B || (A == 'S' && B == 's'); });
-    if (At != AType.end())
-        AType.erase(At + 1);
+    const std::size_t At = LowerCase(AType).find("/s");
+    if (At != std::string::npos)
+        AType.erase(At + 1, 1);
     return AType;
 }
 
@@ -40,6 +39,14 @@ bool IsWrittenBack(const TZnHTTPServerResponse& AResponse)
     const auto& Headers = AResponse.GetUnknownHeaders();
     return std::any_of(Headers.begin(), Headers.end(),
                        [](const TZnHTTPHeader& AHeader) { return AHeader.Name == "Zemvo-Cached"; });
+}
+
+std::string WholeOf(TStream& ASource, std::int64_t ASize)
+{
+    std::string Bytes(static_cast<std::size_t>(ASize), '\0');
+    ASource.SetPosition(0);
+    ASource.ReadBuffer(Bytes.data(), ASize);
+    return Bytes;
 }
 
 void Append(TStream& AOutput, std::string_view ABytes)
@@ -137,7 +144,7 @@ void TZnCustomHTTPServer::ProcessSSI(const std::string& AFileName, const std::st
         return;
     }
     CheckPageSize(Size);
-    TZnTextParser Text(*Source, cZnCodePageUTF8);
+    const std::string Text = WholeOf(*Source, Size);
     const std::string_view Part = Zn::SelectPart(Text, Start, End);
     CheckPageSize(AOutput.GetSize() + static_cast<std::int64_t>(Part.size()));
     Append(AOutput, Part);
