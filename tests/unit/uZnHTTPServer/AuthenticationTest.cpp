@@ -278,8 +278,7 @@ TEST_F(Authentication, AnOverrideHashesWithTheSalt)
             return THashSHA2::GetHashString(ASalt + AUser + APassword);
         }
     };
-    Server.SetActive(false); // its listen thread would meet the script that follows
-    ScriptedService Own;
+    Server.SetActive(false); // the script serves one at a time
     Salted Other(nullptr);
     Other.SetOnGetStoredPassword([](auto&, auto, const std::string&, std::string& AHash, std::string&,
                                     std::string& ASalt, TDateTime&) {
@@ -291,7 +290,7 @@ TEST_F(Authentication, AnOverrideHashesWithTheSalt)
         AAnswer.SetResponseText(ARequest->LogonName);
     });
     Other.SetActive(true);
-    EXPECT_EQ(Own.Ask({.Known = {{HttpHeaderAuthorization, Basic("anna:secret")}}}).Body(), "anna");
+    EXPECT_EQ(Service.Ask({.Known = {{HttpHeaderAuthorization, Basic("anna:secret")}}}).Body(), "anna");
 }
 
 } // namespace
