@@ -123,7 +123,7 @@ OURS = "ours"
 def all_servers() -> list[Server]:
     """In the order of the tables."""
     return [
-        Server(OURS, "this library", "zn_bench_server", "V1, 128 workers at most (defaults)"),
+        Server(OURS, "this library", "zn_bench_server", "V1, 300 workers at most"),
         Nginx(
             "nginx",
             "nginx",

@@ -97,6 +97,13 @@ bool UseCertificate(TZnCustomHTTPServer& AServer, std::uint16_t APort)
     return true;
 }
 
+/// As many workers as the peers have threads.
+class TBenchServer : public TZnHTTPServer
+{
+public:
+    TBenchServer() : TZnHTTPServer(nullptr) { FMaxWorkerThreadCnt = 300; }
+};
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -105,7 +112,7 @@ int main(int argc, char** argv)
     const TArguments arguments = TArguments::Read(argc, argv);
     const TSite site(arguments.Folder);
 
-    TZnHTTPServer server(nullptr);
+    TBenchServer server;
     const bool secure = UseCertificate(server, arguments.Port);
     server.SetBindings(
         {(secure ? "https" : "http") + ("://127.0.0.1:" + std::to_string(arguments.Port)) + "/"});
