@@ -15,6 +15,13 @@ def cpu_seconds(pid: int) -> float:
     return time.clock_gettime((~pid << 3) | 2)
 
 
+def on_cores(cores: set[int] | None, command: list[str]) -> list[str]:
+    """The command with its threads and children held to these cores; same process id."""
+    if cores is None:
+        return command
+    return ["taskset", "--cpu-list", ",".join(map(str, sorted(cores))), *command]
+
+
 def _status(path: str, field: str) -> int:
     with open(path, encoding="ascii", errors="replace") as status:
         for line in status:

@@ -47,12 +47,18 @@ class Server:
     def worker(self) -> int:
         return self._process.pid
 
-    def start(self, programs: pathlib.Path, work: pathlib.Path, site: pathlib.Path) -> None:
+    def start(
+        self, programs: pathlib.Path, work: pathlib.Path, site: pathlib.Path, cores: set[int] | None = None
+    ) -> None:
+        """Its threads and processes run on these cores, or on those of the bench."""
         self.port = free_port()
         self._log = work / f"{self.name}.log"
         with open(self._log, "ab") as log:
             self._process = subprocess.Popen(
-                self.command(programs, work, site), stdin=subprocess.DEVNULL, stdout=log, stderr=log
+                process.on_cores(cores, self.command(programs, work, site)),
+                stdin=subprocess.DEVNULL,
+                stdout=log,
+                stderr=log,
             )
         limit = time.monotonic() + START_LIMIT
         while not self._answers():
