@@ -2,13 +2,13 @@
 
 #include "platform/httpapi/Exports.h"
 #include "platform/iphelper/Exports.h"
+#include "platform/pipes/Exports.h"
 
 std::span<const Zn::BuiltinTable> Zn::BuiltinTables()
 {
     static constexpr BuiltinTable cTables[] = {
-        {"Httpapi.dll", HttpapiExports},
-        {"Iphlpapi.dll", IphlpapiExports},
-        {"Ntdll.dll", NtdllExports},
+        {"Httpapi.dll", HttpapiExports},     {"Iphlpapi.dll", IphlpapiExports},
+        {"Kernel32.dll", KernelPipeExports}, {"Ntdll.dll", NtdllExports},
         {"ws2_32.dll", Ws2_32Exports},
     };
     return cTables;
