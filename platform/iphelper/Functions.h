@@ -3,9 +3,11 @@
 /// The types of the functions that the tables publish. Text is UTF-16. None of them throws; all
 /// may be called from any thread.
 
+#include <cstddef>
 #include <cstdint>
 
 #include <netdb.h>
+#include <sys/types.h>
 
 #include "platform/iphelper/Addresses.h"
 
@@ -30,6 +32,19 @@ using TRtlIpv4StringToAddressW = std::int32_t (*)(const char16_t* AText, bool AS
                                                   const char16_t** ATerminator, in_addr* AAddress);
 using TRtlIpv6StringToAddressW = std::int32_t (*)(const char16_t* AText, const char16_t** ATerminator,
                                                   IN6_ADDR* AAddress);
+
+/// The socket calls, as the system has them: -1 with the reason in WSAGetLastError.
+using TSocket = int (*)(int AFamily, int AType, int AProtocol);
+using TBind = int (*)(int ASocket, const sockaddr* AAddress, socklen_t ALength);
+using TSetSockOpt = int (*)(int ASocket, int ALevel, int AOption, const void* AValue, socklen_t ALength);
+using TSendTo = ssize_t (*)(int ASocket, const void* AData, std::size_t ASize, int AFlags,
+                            const sockaddr* AAddress, socklen_t ALength);
+using TCloseSocket = int (*)(int ASocket);
+
+/// The name of this machine, with a zero. Reads AText's address as four numbers, with the older short, octal
+/// and hexadecimal forms; INADDR_NONE for what is no address.
+using TGetHostName = int (*)(char* AName, std::size_t ASize);
+using TInetAddr = in_addr_t (*)(const char* AText);
 
 /// The mask of the first ALength bits in network order. 0, or 87 for more than 32 bits.
 using TConvertLengthToIpv4Mask = std::uint32_t (*)(std::uint32_t ALength, std::uint32_t* AMask);

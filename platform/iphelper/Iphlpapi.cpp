@@ -1,6 +1,9 @@
+#include <vector>
+
 #include <arpa/inet.h>
 
 #include "platform/errors/Errors.h"
+#include "platform/icmp/Exports.h"
 #include "platform/iphelper/Exports.h"
 #include "platform/iphelper/Functions.h"
 
@@ -21,9 +24,12 @@ std::uint32_t ConvertLengthToIpv4Mask(std::uint32_t ALength, std::uint32_t* AMas
 
 std::span<const TZnExport> IphlpapiExports()
 {
-    static const TZnExport Exports[] = {
-        {"ConvertLengthToIpv4Mask",
-         reinterpret_cast<void*>(TConvertLengthToIpv4Mask(ConvertLengthToIpv4Mask))},
-    };
+    static const std::vector<TZnExport> Exports = [] {
+        const auto Echo = IcmpExports();
+        std::vector<TZnExport> Result(Echo.begin(), Echo.end());
+        Result.push_back({"ConvertLengthToIpv4Mask",
+                          reinterpret_cast<void*>(TConvertLengthToIpv4Mask(ConvertLengthToIpv4Mask))});
+        return Result;
+    }();
     return Exports;
 }

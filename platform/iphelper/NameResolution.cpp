@@ -4,6 +4,9 @@
 #include <new>
 #include <string>
 
+#include <arpa/inet.h>
+#include <unistd.h>
+
 #include "platform/errors/Errors.h"
 #include "platform/iphelper/Exports.h"
 #include "platform/iphelper/Functions.h"
@@ -112,6 +115,13 @@ std::span<const TZnExport> Ws2_32Exports()
     static const TZnExport Exports[] = {
         {"GetAddrInfoW", reinterpret_cast<void*>(TGetAddrInfoW(GetAddrInfoW))},
         {"freeaddrinfo", reinterpret_cast<void*>(TFreeaddrinfo(Freeaddrinfo))},
+        {"socket", reinterpret_cast<void*>(TSocket(socket))},
+        {"bind", reinterpret_cast<void*>(TBind(bind))},
+        {"setsockopt", reinterpret_cast<void*>(TSetSockOpt(setsockopt))},
+        {"sendto", reinterpret_cast<void*>(TSendTo(sendto))},
+        {"closesocket", reinterpret_cast<void*>(TCloseSocket(close))},
+        {"gethostname", reinterpret_cast<void*>(TGetHostName(gethostname))},
+        {"inet_addr", reinterpret_cast<void*>(TInetAddr(inet_addr))},
     };
     return Exports;
 }

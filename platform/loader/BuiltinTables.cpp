@@ -1,15 +1,15 @@
 #include "platform/loader/BuiltinTables.h"
 
 #include "platform/httpapi/Exports.h"
+#include "platform/icmp/Exports.h"
 #include "platform/iphelper/Exports.h"
 #include "platform/pipes/Exports.h"
 
 std::span<const Zn::BuiltinTable> Zn::BuiltinTables()
 {
     static constexpr BuiltinTable cTables[] = {
-        {"Httpapi.dll", HttpapiExports},     {"Iphlpapi.dll", IphlpapiExports},
-        {"Kernel32.dll", KernelPipeExports}, {"Ntdll.dll", NtdllExports},
-        {"ws2_32.dll", Ws2_32Exports},
+        {"Httpapi.dll", HttpapiExports},     {"Icmp.dll", IcmpExports},   {"Iphlpapi.dll", IphlpapiExports},
+        {"Kernel32.dll", KernelPipeExports}, {"Ntdll.dll", NtdllExports}, {"ws2_32.dll", Ws2_32Exports},
     };
     return cTables;
 }

@@ -13,6 +13,9 @@
 ///         or socket goes into a wait like any other handle.
 using THandle = std::uintptr_t;
 
+/// No handle, for the functions that give this instead of 0.
+inline constexpr THandle INVALID_HANDLE_VALUE = ~THandle{0};
+
 /// Something that can be waited for, or that merely has a number.
 class KernelObject
 {

@@ -7,5 +7,6 @@
 
 #include "uZnIPHelper/AddressText.h"
 #include "uZnIPHelper/NameResolution.h"
+#include "uZnIPHelper/Ping.h"
 #include "uZnIPHelper/SocketErrors.h"
 #include "uZnIPHelper/SystemFunctions.h"

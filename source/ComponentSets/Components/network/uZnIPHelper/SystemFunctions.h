@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/icmp/Icmp.h"
 #include "platform/iphelper/Functions.h"
 
 /// Starts the socket layer and looks up the system's address functions. Every operation that needs
@@ -20,7 +21,18 @@ struct TSystemFunctions
     TRtlIpv6AddressToStringW RtlIpv6AddressToStringW = nullptr;
     TRtlIpv4StringToAddressW RtlIpv4StringToAddressW = nullptr;
     TRtlIpv6StringToAddressW RtlIpv6StringToAddressW = nullptr;
-    // The echo functions of Iphlpapi.dll and Icmp.dll come here with the ping.
+    TSocket Socket = nullptr;
+    TBind Bind = nullptr;
+    TSetSockOpt SetSockOpt = nullptr;
+    TSendTo SendTo = nullptr;
+    TCloseSocket CloseSocket = nullptr;
+    TGetHostName GetHostName = nullptr;
+    TInetAddr InetAddr = nullptr;
+    TIcmpCreateFile IcmpCreateFile = nullptr;
+    TIcmpCreateFile Icmp6CreateFile = nullptr;
+    TIcmpSendEcho IcmpSendEcho = nullptr;
+    TIcmp6SendEcho2 Icmp6SendEcho2 = nullptr;
+    TIcmpCloseHandle IcmpCloseHandle = nullptr;
     TConvertLengthToIpv4Mask ConvertLengthToIpv4Mask = nullptr;
 };
 

@@ -1,0 +1,189 @@
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <new>
+
+#include "platform/errors/Errors.h"
+#include "platform/icmp/EchoSocket.h"
+#include "platform/icmp/Exports.h"
+#include "platform/icmp/Icmp.h"
+#include "platform/icmp/IdleSockets.h"
+#include "platform/sync/Mutex.h"
+
+namespace
+{
+
+class TEchoHandle : public KernelObject
+{
+public:
+    TEchoHandle(int AFamily, Zn::THomedSocket ASocket) : FFamily(AFamily), FSocket(std::move(ASocket)) {}
+    ~TEchoHandle() override { Zn::GiveEchoSocket(FFamily, std::move(FSocket)); }
+    TEchoHandle(const TEchoHandle&) = delete;
+    TEchoHandle& operator=(const TEchoHandle&) = delete;
+
+    int Family() const { return FFamily; }
+
+    /// Runs AUse on the socket, one caller after another.
+    template <typename TUse>
+    std::uint32_t With(TUse AUse)
+    {
+        const Zn::MutexLock Lock(FMutex);
+        return AUse(*FSocket.Socket);
+    }
+
+private:
+    const int FFamily;
+    Zn::Mutex FMutex;
+    Zn::THomedSocket FSocket ZN_GUARDED_BY(FMutex);
+};
+
+THandle OpenEcho(int AFamily)
+{
+    try {
+        int Errno = 0;
+        auto Socket = Zn::TakeEchoSocket(AFamily, Errno);
+        if (!Socket.Socket) {
+            SetLastError(FromErrno(Errno));
+            return INVALID_HANDLE_VALUE;
+        }
+        const THandle Handle = RegisterHandle(std::make_shared<TEchoHandle>(AFamily, std::move(Socket)));
+        return Handle != 0 ? Handle : INVALID_HANDLE_VALUE;
+    } catch (const std::bad_alloc&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return INVALID_HANDLE_VALUE;
+    }
+}
+
+THandle IcmpCreateFile()
+{
+    return OpenEcho(AF_INET);
+}
+
+THandle Icmp6CreateFile()
+{
+    return OpenEcho(AF_INET6);
+}
+
+bool IcmpCloseHandle(THandle AHandle)
+{
+    return LookupHandleAs<TEchoHandle>(AHandle) && CloseHandle(AHandle);
+}
+
+std::uint32_t Failed(std::uint32_t AError)
+{
+    SetLastError(AError);
+    return 0;
+}
+
+void SetAddress(ICMP_ECHO_REPLY& AReply, const Zn::TEchoAddress& AFrom)
+{
+    AReply.Address = AFrom.V4.sin_addr;
+}
+
+void SetAddress(ICMPV6_ECHO_REPLY& AReply, const Zn::TEchoAddress& AFrom)
+{
+    AReply.Address = AFrom.V6;
+    AReply.Address.sin6_port = 0;
+}
+
+void SetData(ICMP_ECHO_REPLY& AReply, void* AData, const Zn::TEchoOutcome& AOutcome)
+{
+    AReply.Data = AData;
+    AReply.DataSize = static_cast<std::uint16_t>(AOutcome.Data.size());
+    AReply.Options.Ttl = AOutcome.Ttl;
+}
+
+void SetData(ICMPV6_ECHO_REPLY&, void*, const Zn::TEchoOutcome&) {}
+
+/// Puts the outcome into the caller's reply area.
+template <typename TReply>
+std::uint32_t Answer(const Zn::TEchoOutcome& AOutcome, void* AReply, std::uint32_t AReplySize)
+{
+    if (AOutcome.Error != NO_ERROR)
+        return Failed(AOutcome.Error);
+    TReply Reply;
+    SetAddress(Reply, AOutcome.From);
+    Reply.Status = AOutcome.Status;
+    Reply.RoundTripTime = AOutcome.RoundTripTime;
+    if (AOutcome.Data.size() > AReplySize - sizeof(TReply)) {
+        Reply.Status = IP_BUF_TOO_SMALL;
+    } else {
+        void* const Data = static_cast<std::byte*>(AReply) + sizeof(TReply);
+        std::copy(AOutcome.Data.begin(), AOutcome.Data.end(), static_cast<std::byte*>(Data));
+        SetData(Reply, Data, AOutcome);
+    }
+    std::memcpy(AReply, &Reply, sizeof(Reply));
+    return 1;
+}
+
+template <typename TReply>
+std::uint32_t Exchange(THandle AHandle, const Zn::TEchoRequest& ARequest, void* AReply,
+                       std::uint32_t AReplySize)
+{
+    const auto Handle = LookupHandleAs<TEchoHandle>(AHandle);
+    if (!Handle)
+        return 0;
+    if (Handle->Family() != ARequest.Destination.Any.sa_family)
+        return Failed(ERROR_INVALID_PARAMETER);
+    if (!AReply || AReplySize < sizeof(TReply))
+        return Failed(ERROR_INSUFFICIENT_BUFFER);
+    if (ARequest.Options.OptionsSize != 0)
+        return Failed(ERROR_NOT_SUPPORTED);
+    try {
+        return Handle->With([&](Zn::TEchoSocket& ASocket) {
+            return Answer<TReply>(ASocket.Exchange(ARequest), AReply, AReplySize);
+        });
+    } catch (const std::bad_alloc&) {
+        return Failed(ERROR_NOT_ENOUGH_MEMORY);
+    }
+}
+
+Zn::TEchoRequest RequestOf(const void* AData, std::uint16_t ADataSize, const IP_OPTION_INFORMATION* AOptions,
+                           std::uint32_t ATimeout)
+{
+    Zn::TEchoRequest Request{};
+    Request.Data = {static_cast<const std::byte*>(AData), AData ? ADataSize : std::size_t{0}};
+    if (AOptions)
+        Request.Options = *AOptions;
+    Request.Timeout = ATimeout;
+    return Request;
+}
+
+std::uint32_t IcmpSendEcho(THandle AHandle, in_addr ADestination, const void* AData, std::uint16_t ADataSize,
+                           const IP_OPTION_INFORMATION* AOptions, void* AReply, std::uint32_t AReplySize,
+                           std::uint32_t ATimeout)
+{
+    Zn::TEchoRequest Request = RequestOf(AData, ADataSize, AOptions, ATimeout);
+    Request.Destination.V4 = {};
+    Request.Destination.V4.sin_family = AF_INET;
+    Request.Destination.V4.sin_addr = ADestination;
+    return Exchange<ICMP_ECHO_REPLY>(AHandle, Request, AReply, AReplySize);
+}
+
+std::uint32_t Icmp6SendEcho2(THandle AHandle, THandle AEvent, void* AApcRoutine, void* /*AApcContext*/,
+                             const sockaddr_in6* ASource, const sockaddr_in6* ADestination, const void* AData,
+                             std::uint16_t ADataSize, const IP_OPTION_INFORMATION* AOptions, void* AReply,
+                             std::uint32_t AReplySize, std::uint32_t ATimeout)
+{
+    if (AEvent != 0 || AApcRoutine || !ASource || !ADestination)
+        return Failed(ERROR_INVALID_PARAMETER);
+    Zn::TEchoRequest Request = RequestOf(AData, ADataSize, AOptions, ATimeout);
+    Request.Destination.V6 = *ADestination;
+    Request.Destination.V6.sin6_port = 0;
+    Request.Source.V6 = *ASource;
+    return Exchange<ICMPV6_ECHO_REPLY>(AHandle, Request, AReply, AReplySize);
+}
+
+} // namespace
+
+std::span<const TZnExport> IcmpExports()
+{
+    static const TZnExport Exports[] = {
+        {"IcmpCreateFile", reinterpret_cast<void*>(TIcmpCreateFile(IcmpCreateFile))},
+        {"Icmp6CreateFile", reinterpret_cast<void*>(TIcmpCreateFile(Icmp6CreateFile))},
+        {"IcmpSendEcho", reinterpret_cast<void*>(TIcmpSendEcho(IcmpSendEcho))},
+        {"Icmp6SendEcho2", reinterpret_cast<void*>(TIcmp6SendEcho2(Icmp6SendEcho2))},
+        {"IcmpCloseHandle", reinterpret_cast<void*>(TIcmpCloseHandle(IcmpCloseHandle))},
+    };
+    return Exports;
+}
