@@ -60,7 +60,7 @@ std::string TZnHTTPServerResponseThread::GetUnknownHeaderValue(std::uint16_t AHe
     return ZnStripLiterals(Value(Headers[AHeaderIdx]));
 }
 
-bool TZnHTTPServerResponseThread::GetCookie(const TZnURLData& AUrlData, const std::string& ACookieName,
+bool TZnHTTPServerResponseThread::GetCookie(const TZnURLData&, const std::string& ACookieName,
                                             std::string& ACookieValue)
 {
     ACookieValue.clear();
@@ -69,7 +69,7 @@ bool TZnHTTPServerResponseThread::GetCookie(const TZnURLData& AUrlData, const st
         const auto Found = Cookies->find(ACookieName);
         if (Found == Cookies->end())
             return false;
-        ACookieValue = Found->second.GetValue();
+        ACookieValue = Found->second;
         return true;
     }
 
@@ -83,13 +83,12 @@ bool TZnHTTPServerResponseThread::GetCookie(const TZnURLData& AUrlData, const st
     SkipSpaces();
     while (!Rest.empty()) {
         const std::size_t End = std::min(Rest.find(cZnSemiColon), Rest.size());
-        TZnHTTPCookie Cookie(AUrlData, Rest.substr(0, End));
+        const TZnHTTPCookie Cookie({}, Rest.substr(0, End)); // a copy of the URL for each would be of no use
         if (SameText(Cookie.GetName(), ACookieName)) {
             Result = true;
             ACookieValue = Cookie.GetValue();
         }
-        std::string CookieName = Cookie.GetName();
-        Cookies->insert_or_assign(std::move(CookieName), std::move(Cookie));
+        Cookies->insert_or_assign(Cookie.GetName(), Cookie.GetValue());
         Rest.remove_prefix(End < Rest.size() ? End + 1 : End);
         SkipSpaces();
     }

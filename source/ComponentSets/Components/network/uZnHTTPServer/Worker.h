@@ -86,7 +86,7 @@ private:
     void Cleanup();
     void NoteSent(std::uint32_t AStatus, std::uint32_t AFlags);
 
-    using TCookies = std::unordered_map<std::string, TZnHTTPCookie>;
+    using TCookies = std::unordered_map<std::string, std::string>; // name, value
 
     TZnCustomHTTPServer& FHTTPServer;
     TZnCriticalSection FLock; // held while a request is served; order: before FWorkerThreadLock
