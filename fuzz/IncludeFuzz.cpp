@@ -15,6 +15,22 @@ namespace
 
 using Zn::FuzzCheck;
 
+/// Where the first directive's start lies, found step by step from the front.
+std::size_t PlainStart(std::string_view AText)
+{
+    constexpr std::string_view cStart = "<!--#";
+    std::size_t At = 0;
+    while ((At = AText.find('<', At)) != AText.npos) {
+        std::size_t Same = 0;
+        while (Same < cStart.size() && At + Same < AText.size() && AText[At + Same] == cStart[Same])
+            ++Same;
+        if (Same == cStart.size())
+            return At;
+        At = std::min(At + Same + 1, AText.size()); // what ended the match is passed over
+    }
+    return AText.npos;
+}
+
 bool HasDirective(std::string_view AText)
 {
     TZnTextParser Parser(AText);
@@ -44,6 +60,8 @@ void CheckPage(std::string_view APage)
     while (Scanner.Next()) {
         FuzzCheck(Scanner.Text() == APage.substr(At, Scanner.Text().size()), "text is where it was");
         FuzzCheck(!HasDirective(Scanner.Text()), "text holds no directive");
+        FuzzCheck(PlainStart(APage.substr(At)) == Scanner.Text().size(),
+                  "a directive begins where it should");
         At += Scanner.Text().size();
         const std::string_view Directive = APage.substr(At, Parser.Position() - At);
         FuzzCheck(Directive.starts_with("<!--#") && Directive.ends_with("-->"), "a directive has both ends");

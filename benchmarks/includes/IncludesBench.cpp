@@ -1,5 +1,6 @@
 /// Time from the request to the last byte of a 100 KiB page, over one keep-alive connection: expanded from a
-/// file with 20 includes, and read from a file that holds the expansion, as a stream. The two take turns.
+/// file with 20 includes, and read from a file that holds the expansion, as a stream. The two take turns. CPU
+/// time counts the server and the client, which are one process.
 
 #include <algorithm>
 #include <chrono>
@@ -13,7 +14,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <netinet/tcp.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -146,6 +147,16 @@ private:
     std::vector<char> FBuffer = std::vector<char>(256 * 1024);
 };
 
+double CpuMicroseconds()
+{
+    rusage Usage;
+    getrusage(RUSAGE_SELF, &Usage);
+    const auto Of = [](const timeval& ATime) {
+        return static_cast<double>(ATime.tv_sec) * 1e6 + static_cast<double>(ATime.tv_usec);
+    };
+    return Of(Usage.ru_utime) + Of(Usage.ru_stime);
+}
+
 double Median(std::vector<double> AValues)
 {
     std::sort(AValues.begin(), AValues.end());
@@ -181,23 +192,32 @@ int main()
         return 1;
     }
 
-    std::vector<double> Times[2], Ratios; // microseconds a request
+    // The server keeps small files that haven't changed for two seconds.
+    const auto Warm = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+    while (std::chrono::steady_clock::now() < Warm)
+        for (int Which = 0; Which < 2; ++Which)
+            Connection.Drain(Targets[Which], Answers[Which].size());
+
+    std::vector<double> Times[2], Cpu[2], Ratios; // microseconds a request
     for (int Round = 0; Round < cRounds; ++Round) {
         for (int Which = 0; Which < 2; ++Which) {
+            const double CpuBefore = CpuMicroseconds();
             const auto Start = std::chrono::steady_clock::now();
             for (int Each = 0; Each < cRequests; ++Each)
                 Connection.Drain(Targets[Which], Answers[Which].size());
             const std::chrono::duration<double, std::micro> Took = std::chrono::steady_clock::now() - Start;
             Times[Which].push_back(Took.count() / cRequests);
+            Cpu[Which].push_back((CpuMicroseconds() - CpuBefore) / cRequests);
         }
         Ratios.push_back(Times[1].back() / Times[0].back());
     }
     Server.SetActive(false);
 
     const double Ratio = Median(Ratios);
-    std::printf("%zu bytes as a stream:         %7.1f us a request\n", Length, Median(Times[0]));
-    std::printf("the same out of %d includes:  %7.1f us a request\n", cIncludes, Median(Times[1]));
+    std::printf("%zu bytes as a stream:         %7.1f us a request, %7.1f us CPU\n", Length, Median(Times[0]),
+                Median(Cpu[0]));
+    std::printf("the same out of %d includes:  %7.1f us a request, %7.1f us CPU\n", cIncludes,
+                Median(Times[1]), Median(Cpu[1]));
     std::printf("%s: at most %.1f of the stream's time: %.2f\n", Ratio <= cMostAllowed ? "pass" : "FAIL",
                 cMostAllowed, Ratio);
-    return 0;
 }

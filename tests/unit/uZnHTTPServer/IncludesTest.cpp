@@ -12,8 +12,10 @@
 #include <sys/stat.h>
 
 #include "ScriptedService.h"
+#include "common/Encoding.h"
 #include "common/Exceptions.h"
 #include "common/System.h"
+#include "uZnHTTPServer/PageFiles.h"
 #include "uZnHTTPServer/PageWriteBack.h"
 
 namespace
@@ -60,6 +62,10 @@ TEST(Directives, AreFoundAmongOtherText)
         {"tags in front", R"(<p><b></b><!--#a x="1"-->)", "<p><b></b>[a|x=1]"},
         {"a '<' hides", R"(<<!--#a x="1"-->)", R"(<<!--#a x="1"-->)"},
         {"half a start hides", R"(<!--<!--#a x="1"-->)", R"(<!--<!--#a x="1"-->)"},
+        {"a hidden half start hides nothing", R"(<!<!-<!--#a x="1"--><!--<<!--<!--#b-->)",
+         R"(<!<!-[a|x=1]<!--<<!--<!--#b-->)"},
+        {"'#' elsewhere", R"(# <a href="#x">&#33; --#<!--#a-->)", R"(# <a href="#x">&#33; --#<!--#a-->)"},
+        {"what is hidden hides nothing", R"(<<!--#a --><!--#b -->)", R"(<<!--#a -->[b])"},
         {"two '<' don't hide", R"(<<<!--#a x="1"-->)", "<<[a|x=1]"},
         {"bytes that are no text", "\xFF<\xC3<!--#a x=\"\xE4\"-->\xC3", "\xFF<\xC3[a|x=\xE4]\xC3"},
     };
@@ -324,6 +330,58 @@ TEST_F(Includes, MayBeManyInAPage)
         Expected += Included ? "a " : ".";
     }
     EXPECT_EQ(Expand(Page), Expected);
+}
+
+TEST_F(Includes, KeptFilesAreThoseOnDisk)
+{
+    std::int64_t Later = 0; // how far the clock is ahead, in ns
+    Zn::PageFiles Files([&] {
+        timespec Now{};
+        clock_gettime(CLOCK_REALTIME, &Now);
+        return Now.tv_sec * 1'000'000'000LL + Now.tv_nsec + Later;
+    });
+    const auto Open = [&](const std::string& AName) {
+        const std::unique_ptr<TStream> Stream = Files.Open(Folder + AName);
+        const bool Kept = dynamic_cast<TFileStream*>(Stream.get()) == nullptr;
+        return ZnStreamToAnsiString(*Stream, cZnCodePageUTF8) + (Kept ? " kept" : " read");
+    };
+    Write("a.txt", "one");
+    EXPECT_EQ(Open("a.txt"), "one read") << "too young";
+    Later = 3'000'000'000;
+    EXPECT_EQ(Open("a.txt"), "one kept");
+    EXPECT_EQ(Open("a.txt"), "one kept");
+    Later = 0;
+    // The same length in place, another file under the name, another folder under the link.
+    Write("a.txt", "two");
+    EXPECT_EQ(Open("a.txt"), "two read");
+    Write("b.txt", "six");
+    fs::rename(Folder + "b.txt", Folder + "a.txt");
+    EXPECT_EQ(Open("a.txt"), "six read");
+    for (const char* Release : {"r1", "r2"}) {
+        fs::create_directory(Folder + Release);
+        Write(std::string(Release) + "/a.txt", Release);
+    }
+    Later = 3'000'000'000;
+    for (const char* Release : {"r1", "r2", "r1"}) {
+        fs::remove(Folder + "current");
+        fs::create_directory_symlink(Release, Folder + "current");
+        EXPECT_EQ(Open("current/a.txt"), std::string(Release) + " kept");
+    }
+    fs::remove(Folder + "a.txt");
+    EXPECT_THROW(Open("a.txt"), EFileNotFoundException);
+
+    // Long files aren't kept; of many the ones used last are, and what is in use stays valid.
+    Write("long", std::string(Zn::PageFiles::cLongestKept + 1, 'l'));
+    EXPECT_TRUE(Open("long").ends_with("read"));
+    Write("first", std::string(Zn::PageFiles::cLongestKept, 'f'));
+    const std::unique_ptr<TStream> InUse = Files.Open(Folder + "first");
+    for (int Each = 0; Each < 2 * Zn::PageFiles::cRoom / Zn::PageFiles::cLongestKept; ++Each) {
+        const std::string Name = "f" + std::to_string(Each);
+        Write(Name, std::string(Zn::PageFiles::cLongestKept, 'x'));
+        EXPECT_TRUE(Open(Name).ends_with("x kept"));
+    }
+    EXPECT_TRUE(ZnStreamToAnsiString(*InUse, cZnCodePageUTF8) ==
+                std::string(Zn::PageFiles::cLongestKept, 'f'));
 }
 
 TEST_F(Includes, AreWrittenBackWhenAsked)

@@ -8,14 +8,33 @@ namespace
 {
 
 constexpr std::string_view cDirectiveStart = "<!--#";
+constexpr std::string_view cHalfStart = cDirectiveStart.substr(0, cDirectiveStart.size() - 1);
 constexpr std::string_view cDirectiveEnd = "-->";
 constexpr std::string_view cCommentStart = "<!-- ";
 constexpr std::string_view cCommentEnd = " -->";
 
-// What the marks stand for.
-constexpr TZnTextPosition cCopyFrom = tpMark1;
-constexpr TZnTextPosition cCandidate = tpMark2;
-constexpr TZnTextPosition cToken = tpMark3;
+constexpr TZnTextPosition cToken = tpMark1; // where a command, a name or a value begins
+
+/// How much of a directive's start AText ends with, at most all but the "#".
+std::size_t HalfStartLength(std::string_view AText)
+{
+    for (std::size_t Length = 1; Length <= cHalfStart.size(); ++Length)
+        if (AText.ends_with(cHalfStart.substr(0, Length)))
+            return Length;
+    return 0;
+}
+
+/// Whether the "<" of a start that follows AFront is passed over, as the end of a match that failed. In a row
+/// of half starts every second one is passed over, and so begins no match.
+bool IsHiddenBy(std::string_view AFront)
+{
+    bool Hidden = false;
+    while (const std::size_t Length = HalfStartLength(AFront)) {
+        Hidden = !Hidden;
+        AFront.remove_suffix(Length);
+    }
+    return Hidden;
+}
 
 /// Steps over the characters that AExpected, which is ASCII, begins with. True when these were all of it;
 /// else the current character is the first that differs, or the end.
@@ -61,33 +80,33 @@ bool MayHoldDirectives(std::string_view AFileName)
 
 bool DirectiveScanner::Next()
 {
-    FPage.SetMark(cCopyFrom);
+    FFrom = FPage.Position();
     try {
         if (FindStart()) {
-            FText = FPage.Selected(cCopyFrom, cCandidate);
             ReadDirective();
             return true;
         }
     } catch (const EZnTextParserEOF&) {
         FPage.Last(); // cut off: it stays as it stands, behind the text in front of it
     }
-    FText = FPage.Selected(cCopyFrom, tpCurrent);
+    FText = FPage.Text().substr(FFrom);
     return false;
 }
 
-/// Goes behind the next "<!--#", with the candidate mark at its beginning. False at the end of the page.
+/// Goes behind the next "<!--#", with FText in front of it. False at the end of the page.
 bool DirectiveScanner::FindStart()
 {
     while (true) {
-        FPage.SkipUntil(cDirectiveStart.front());
+        FPage.SkipUntil(cDirectiveStart.back()); // much rarer than "<"
         if (FPage.Eof())
             return false;
-        FPage.SetMark(cCandidate);
-        if (SkipExpected(FPage, cDirectiveStart))
-            return true;
-        if (FPage.Eof())
-            return false;
+        FText = FPage.Text().substr(FFrom, FPage.Position() - FFrom);
         FPage.NextChar();
+        if (!FText.ends_with(cHalfStart))
+            continue;
+        FText.remove_suffix(cHalfStart.size());
+        if (!IsHiddenBy(FText))
+            return true;
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -44,6 +45,7 @@ private:
     void ReadParam();
 
     TZnTextParser& FPage;
+    std::size_t FFrom = 0; // where the text begins that is not yet given
     std::string_view FText;
     std::string FCommand;
     TStringList FParams;

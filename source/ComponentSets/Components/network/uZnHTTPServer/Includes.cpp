@@ -1,7 +1,6 @@
 // Server-side includes: pages that pull in other files, on the worker, between the handler and the sending.
 
 #include <algorithm>
-#include <filesystem>
 #include <optional>
 
 #include "common/Encoding.h"
@@ -41,18 +40,34 @@ bool IsWrittenBack(const TZnHTTPServerResponse& AResponse)
                        [](const TZnHTTPHeader& AHeader) { return AHeader.Name == "Zemvo-Cached"; });
 }
 
-std::string WholeOf(TStream& ASource, std::int64_t ASize)
-{
-    std::string Bytes(static_cast<std::size_t>(ASize), '\0');
-    ASource.SetPosition(0);
-    ASource.ReadBuffer(Bytes.data(), ASize);
-    return Bytes;
-}
-
 void Append(TStream& AOutput, std::string_view ABytes)
 {
     AOutput.WriteBuffer(ABytes.data(), static_cast<std::int64_t>(ABytes.size()));
 }
+
+/// All of a stream, where it lies if that is in memory.
+class SourceBytes
+{
+public:
+    explicit SourceBytes(TStream& ASource) : FMustFree(ZnStreamToReadBuf(ASource, FBytes, FLength)) {}
+    ~SourceBytes()
+    {
+        if (FMustFree)
+            ZnFreeReadBuf(FBytes);
+    }
+    SourceBytes(const SourceBytes&) = delete;
+    SourceBytes& operator=(const SourceBytes&) = delete;
+
+    std::string_view View() const
+    {
+        return {static_cast<const char*>(FBytes), static_cast<std::size_t>(FLength)};
+    }
+
+private:
+    const void* FBytes = nullptr; // written by ZnStreamToReadBuf, so ahead of FMustFree
+    std::int64_t FLength = 0;
+    bool FMustFree;
+};
 
 } // namespace
 
@@ -135,17 +150,10 @@ void TZnCustomHTTPServer::ProcessSSI(const std::string& AFileName, const std::st
         Start.clear();
         End.clear();
     }
-    const std::int64_t Size = Source->GetSize();
-    if (Start.empty() && End.empty()) {
-        CheckPageSize(AOutput.GetSize() + Size);
-        Source->SetPosition(0);
-        if (Size > 0)
-            AOutput.CopyFrom(*Source, Size);
-        return;
-    }
-    CheckPageSize(Size);
-    const std::string Text = WholeOf(*Source, Size);
-    const std::string_view Part = Zn::SelectPart(Text, Start, End);
+    CheckPageSize(Source->GetSize());
+    const SourceBytes All(*Source);
+    const std::string_view Part =
+        Start.empty() && End.empty() ? All.View() : Zn::SelectPart(All.View(), Start, End);
     CheckPageSize(AOutput.GetSize() + static_cast<std::int64_t>(Part.size()));
     Append(AOutput, Part);
 }
@@ -159,12 +167,7 @@ void TZnCustomHTTPServer::CheckPageSize(std::int64_t ASize) const
 std::unique_ptr<TStream> TZnCustomHTTPServer::CreateFileStream(const std::string& APath,
                                                                const std::string& AFileName)
 {
-    const std::string Name = APath + AFileName;
-    std::error_code Ignored;
-    // To open a pipe is to wait for its writer.
-    if (std::filesystem::is_fifo(Name, Ignored))
-        throw EFOpenError("Cannot open file \"" + Name + "\". It is a pipe.");
-    return std::make_unique<TFileStream>(Name, fmOpenRead | fmShareDenyNone);
+    return FPageFiles.Open(APath + AFileName);
 }
 
 void TZnCustomHTTPServer::SetMaxPageSize(std::int64_t AValue)

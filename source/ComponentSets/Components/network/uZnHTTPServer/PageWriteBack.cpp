@@ -23,14 +23,6 @@ constexpr mode_t cPermissions = 0777; // a page has no use for set-user-id
     throw EStreamError("Cannot replace file \"" + AFileName + "\". " + SysErrorText(FromErrno(AError)));
 }
 
-std::optional<FileVersion> VersionOf(const struct stat& AStatus)
-{
-    if (!S_ISREG(AStatus.st_mode))
-        return std::nullopt;
-    return FileVersion{AStatus.st_dev, AStatus.st_ino, AStatus.st_size, AStatus.st_mtim.tv_sec,
-                       AStatus.st_mtim.tv_nsec};
-}
-
 /// A new file beside the old one; gone with its holder unless it took the old one's place.
 class Successor
 {
@@ -90,12 +82,6 @@ private:
 
 } // namespace
 
-std::optional<FileVersion> VersionOf(const std::string& AFileName)
-{
-    struct stat Status;
-    return stat(AFileName.c_str(), &Status) == 0 ? VersionOf(Status) : std::nullopt;
-}
-
 void ReplaceFile(const std::string& AFileName, const FileVersion& AExpected, std::string_view ABytes)
 {
     std::error_code Error;
@@ -105,7 +91,7 @@ void ReplaceFile(const std::string& AFileName, const FileVersion& AExpected, std
         RaiseFor(AFileName, Error.value());
     if (stat(Real.c_str(), &Status) != 0)
         RaiseFor(AFileName);
-    if (VersionOf(Status) != AExpected)
+    if (VersionOf(Real) != AExpected)
         return;
     Successor New(Real);
     New.Write(ABytes);

@@ -1,26 +1,12 @@
 #pragma once
 
-#include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
+#include "uZnHTTPServer/FileVersion.h"
+
 namespace Zn
 {
-
-/// Tells one state of a file from the next: written to, or replaced by another one.
-struct FileVersion
-{
-    std::uint64_t Device = 0;
-    std::uint64_t Number = 0; // of the file on its device
-    std::int64_t Size = 0;
-    std::int64_t Seconds = 0, Nanoseconds = 0; // of the last write
-
-    bool operator==(const FileVersion&) const = default;
-};
-
-/// Of a regular file, through symbolic links; nothing for anything else.
-std::optional<FileVersion> VersionOf(const std::string& AFileName);
 
 /// Puts ABytes in the place of a file, unless it is another version than AExpected by then: then
 /// somebody else has written it, and theirs stays.

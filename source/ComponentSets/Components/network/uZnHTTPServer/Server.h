@@ -16,6 +16,7 @@
 #include "common/StringList.h"
 #include "uZnHTTPServer/AuthExceptions.h"
 #include "uZnHTTPServer/AuthMonitor.h"
+#include "uZnHTTPServer/PageFiles.h"
 #include "uZnHTTPServer/PortCertificates.h"
 #include "uZnHTTPServer/RequestBuffers.h"
 #include "uZnHTTPServer/Response.h"
@@ -301,6 +302,7 @@ private:
     TZnHTTServerOnGetStoredPassword FOnGetStoredPassword;
     TZnHTTServerOnAuthenticate FOnAuthenticate;
     std::int64_t FMaxPageSize = std::int64_t{64} << 20;
+    Zn::PageFiles FPageFiles;
     Zn::RequestBufferPool FRequestBuffers;
     Zn::WorkerPool FWorkerPool; // FWorkerThreadLock, FWorkerThreads, FIdleWorkerThreads
 };
