@@ -10,16 +10,10 @@
 #include "common/Component.h"
 #include "common/Streams.h"
 #include "platform/sync/Handle.h"
+#include "uZnHTTPBase/Header.h"
 #include "uZnHTTPServer/Request.h"
 
 class TZnCustomHTTPServer;
-
-/// One header field, as bytes.
-struct TZnHTTPHeader
-{
-    std::string Name;
-    std::string Value;
-};
 
 /// Where the body comes from.
 enum TZnHTTPServerResponseType : std::uint8_t { rtText, rtMemory, rtStream, rtFile };
