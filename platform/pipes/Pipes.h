@@ -26,8 +26,6 @@
 ///          wake a thread that waits in a read, a write or a connect of that pipe.
 /// Errors:  false, with the number in GetLastError.
 
-inline constexpr THandle INVALID_HANDLE_VALUE = ~static_cast<THandle>(0);
-
 /// The state of one read or connect between the call that begins it and GetOverlappedResult, which
 /// carries it out: nothing runs in between, and the buffer given to ReadFile is filled there.
 struct TOVERLAPPED
