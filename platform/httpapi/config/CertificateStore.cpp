@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "platform/errors/Errors.h"
-#include "platform/httpapi/config/StateFolder.h"
+#include "platform/state/StateFolder.h"
 
 namespace Zn
 {

@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "platform/errors/Errors.h"
-#include "platform/httpapi/config/StateFolder.h"
+#include "platform/state/StateFolder.h"
 #include "tests/support/TemporaryState.h"
 
 namespace Zn

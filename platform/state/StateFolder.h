@@ -9,7 +9,7 @@
 namespace Zn
 {
 
-/// Where the service keeps what outlives the process: ZN_STATE_DIR, else /var/lib/zn for root, else
+/// Where the library keeps what outlives the process: ZN_STATE_DIR, else /var/lib/zn for root, else
 /// $XDG_STATE_HOME/zn or ~/.local/state/zn of the user. Without a "/" at the end; it need not exist.
 std::string StateFolder();
 

@@ -1,4 +1,4 @@
-#include "platform/httpapi/config/StateFolder.h"
+#include "platform/state/StateFolder.h"
 
 #include <algorithm>
 #include <cerrno>
