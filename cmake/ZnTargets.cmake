@@ -47,6 +47,12 @@ function(zn_program NAME)
     target_precompile_headers(${NAME} REUSE_FROM zn_pch)
 endfunction()
 
+# zn_use_modules(NAME): the program finds the library's shared objects that are loaded by name.
+function(zn_use_modules NAME)
+    add_dependencies(${NAME} wlanapi)
+    set_property(TARGET ${NAME} APPEND PROPERTY BUILD_RPATH ${CMAKE_BINARY_DIR}/lib)
+endfunction()
+
 # zn_test(NAME SOURCES ... USES ... [TIMEOUT SECONDS]): a GoogleTest program; one ctest entry for
 # the program, whose own output tells each case. A case that hangs is ended by the limit.
 function(zn_test NAME)

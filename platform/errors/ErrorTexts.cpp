@@ -62,6 +62,7 @@ constexpr ErrorText cTexts[] = {
     {ERROR_OPERATION_ABORTED, "The operation was aborted, by the end of a thread or by the application."},
     {ERROR_IO_INCOMPLETE, "The operation has not finished yet."},
     {ERROR_IO_PENDING, "The operation is in progress."},
+    {ERROR_SERVICE_NOT_ACTIVE, "The service has not been started."},
     {ERROR_IO_DEVICE, "The request could not be performed because of a device error."},
     {ERROR_NOT_FOUND, "The element was not found."},
     {ERROR_CANCELLED, "The operation was canceled by the user."},

@@ -1,5 +1,6 @@
 #include "platform/loader/BuiltinTables.h"
 
+#include "platform/firewall/Exports.h"
 #include "platform/httpapi/Exports.h"
 #include "platform/icmp/Exports.h"
 #include "platform/iphelper/Exports.h"
@@ -9,7 +10,8 @@ std::span<const Zn::BuiltinTable> Zn::BuiltinTables()
 {
     static constexpr BuiltinTable cTables[] = {
         {"Httpapi.dll", HttpapiExports},     {"Icmp.dll", IcmpExports},   {"Iphlpapi.dll", IphlpapiExports},
-        {"Kernel32.dll", KernelPipeExports}, {"Ntdll.dll", NtdllExports}, {"ws2_32.dll", Ws2_32Exports},
+        {"Kernel32.dll", KernelPipeExports}, {"Ntdll.dll", NtdllExports}, {"Ole32.dll", Ole32Exports},
+        {"ws2_32.dll", Ws2_32Exports},
     };
     return cTables;
 }

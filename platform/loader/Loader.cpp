@@ -12,8 +12,7 @@
 namespace
 {
 
-/// "Httpapi.dll" for "HTTPAPI" and the like, in lower case: what tables are compared by. The name of
-/// a shared object never gets here in that form.
+/// "httpapi" for "Httpapi.dll", "HTTPAPI" and the like: what tables are compared by.
 std::string TableKey(std::string_view AName)
 {
     std::string Key(AName);
@@ -106,6 +105,17 @@ ScriptedTables& Scripts()
     return Instance;
 }
 
+/// The shared object of that name, or, for a "Name.dll", libname.so.
+void* OpenSharedObject(const std::string& AName, const std::string& AKey)
+{
+    if (AName.empty()) // would open the program itself
+        return nullptr;
+    constexpr int Flags = RTLD_NOW | RTLD_LOCAL;
+    void* const Handle = dlopen(AName.c_str(), Flags);
+    const bool IsServiceName = AKey.size() + 4 == AName.size() && AName.find('/') == std::string::npos;
+    return Handle != nullptr || !IsServiceName ? Handle : dlopen(("lib" + AKey + ".so").c_str(), Flags);
+}
+
 std::shared_ptr<Module> OpenModule(const std::string& AName)
 {
     const std::string Key = TableKey(AName);
@@ -115,8 +125,7 @@ std::shared_ptr<Module> OpenModule(const std::string& AName)
         if (TableKey(Table.Name) == Key)
             return std::make_shared<TableModule>(Table.Exports());
     }
-    // An empty name would open the program itself.
-    if (void* Handle = AName.empty() ? nullptr : dlopen(AName.c_str(), RTLD_NOW | RTLD_LOCAL))
+    if (void* Handle = OpenSharedObject(AName, Key))
         return std::make_shared<SharedObjectModule>(Handle);
     return nullptr;
 }

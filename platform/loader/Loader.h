@@ -16,8 +16,9 @@ struct TZnExport
 
 /// Opens the function table of the given name: one put there by TZnScopedLibrary first, one
 /// built into the library second (BuiltinTables.cpp; without regard to case, ".dll" may be left
-/// out), a shared object third. 0 with ERROR_MOD_NOT_FOUND when there is none. Each call gives a
-/// handle of its own; it keeps the table it was opened on. Any thread.
+/// out), a shared object third: AName itself, then libname.so for a "Name.dll". 0 with
+/// ERROR_MOD_NOT_FOUND when there is none. Each call gives a handle of its own; it keeps the table it
+/// was opened on. Any thread.
 THandle LoadLibrary(const std::string& AName);
 
 /// The function's address (names are case-sensitive), nullptr with ERROR_PROC_NOT_FOUND or
