@@ -12,6 +12,9 @@ int main(int argc, char** argv)
     Zn::AddServeCommand(App, ExitCode);
     Zn::AddUsersCommand(App, ExitCode);
     Zn::AddConfigCommand(App, ExitCode);
+    Zn::AddTcpCommand(App, ExitCode);
+    Zn::AddFirewallCommand(App, ExitCode);
+    Zn::AddWlanCommand(App, ExitCode);
     try {
         App.parse(argc, argv);
     } catch (const CLI::ParseError& Error) {
