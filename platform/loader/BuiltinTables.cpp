@@ -5,13 +5,14 @@
 #include "platform/icmp/Exports.h"
 #include "platform/iphelper/Exports.h"
 #include "platform/pipes/Exports.h"
+#include "platform/winhttp/Exports.h"
 
 std::span<const Zn::BuiltinTable> Zn::BuiltinTables()
 {
     static constexpr BuiltinTable cTables[] = {
-        {"Httpapi.dll", HttpapiExports},     {"Icmp.dll", IcmpExports},   {"Iphlpapi.dll", IphlpapiExports},
-        {"Kernel32.dll", KernelPipeExports}, {"Ntdll.dll", NtdllExports}, {"Ole32.dll", Ole32Exports},
-        {"ws2_32.dll", Ws2_32Exports},
+        {"Httpapi.dll", HttpapiExports},     {"Icmp.dll", IcmpExports},     {"Iphlpapi.dll", IphlpapiExports},
+        {"Kernel32.dll", KernelPipeExports}, {"Ntdll.dll", NtdllExports},   {"Ole32.dll", Ole32Exports},
+        {"Winhttp.dll", WinhttpExports},     {"ws2_32.dll", Ws2_32Exports},
     };
     return cTables;
 }

@@ -80,7 +80,7 @@ inline constexpr std::uint32_t WINHTTP_OPTION_RESOLVE_TIMEOUT = 2; // S R; std::
 inline constexpr std::uint32_t WINHTTP_OPTION_CONNECT_TIMEOUT = 3; // S C R; std::uint32_t, ms; 0 and -1 wait
                                                                    // for ever. Name, TCP, proxy and TLS
                                                                    // together. Default 60,000
-inline constexpr std::uint32_t WINHTTP_OPTION_SEND_TIMEOUT = 5; // S R; ms between two pieces sent; 30,000
+inline constexpr std::uint32_t WINHTTP_OPTION_SEND_TIMEOUT = 5;    // S R; ms between two pieces sent; 30,000
 inline constexpr std::uint32_t WINHTTP_OPTION_RECEIVE_TIMEOUT =
     6; // S R; ms between two pieces received; 30,000
 inline constexpr std::uint32_t WINHTTP_OPTION_SECURITY_FLAGS = 31; // R; std::uint32_t, SECURITY_FLAG_*
@@ -138,7 +138,7 @@ inline constexpr std::uint32_t ZN_OPTION_CA_FILE = 0x5A4E0003; // S; UTF-16 text
                                                                // the authorities, in the place of the
                                                                // system's. Else SSL_CERT_FILE,
                                                                // CURL_CA_BUNDLE, the system's
-inline constexpr std::uint32_t ZN_OPTION_LIMITS = 0x5A4E0004; // S R; TZnHttpClientLimits; 87 out of range
+inline constexpr std::uint32_t ZN_OPTION_LIMITS = 0x5A4E0004;  // S R; TZnHttpClientLimits; 87 out of range
 
 /// Where the body of the next sends comes from, when it is longer than one wants in memory. Set on a request
 /// handle before WinHttpSendRequest, which then takes no body of its own (AOptional nullptr). It is called on

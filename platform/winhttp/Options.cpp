@@ -1,0 +1,270 @@
+// WinHttpSetOption and WinHttpQueryOption.
+
+#include <cstring>
+
+#include "platform/text/Unicode.h"
+#include "platform/winhttp/Calls.h"
+
+using namespace Zn;
+using namespace Zn::Winhttp;
+using HttpClient::Connection;
+using HttpClient::Request;
+using HttpClient::Session;
+using HttpClient::Settings;
+
+namespace
+{
+
+/// The value of an option as it was given.
+struct Value
+{
+    const void* Buffer;
+    std::uint32_t Size;
+
+    bool IsEmpty() const { return Buffer == nullptr || Size == 0; }
+    template <class T>
+    bool Take(T& AResult) const
+    {
+        if (Buffer == nullptr || Size != sizeof(T))
+            return false;
+        std::memcpy(&AResult, Buffer, sizeof(T));
+        return true;
+    }
+    std::string Text() const { return Utf8FromUtf16Bytes(Buffer, Buffer == nullptr ? 0 : Size); }
+    std::string Bytes() const
+    {
+        return IsEmpty() ? std::string() : std::string(static_cast<const char*>(Buffer), Size);
+    }
+};
+
+constexpr std::uint32_t cForgivable =
+    SECURITY_FLAG_IGNORE_UNKNOWN_CA | SECURITY_FLAG_IGNORE_CERT_WRONG_USAGE |
+    SECURITY_FLAG_IGNORE_CERT_CN_INVALID | SECURITY_FLAG_IGNORE_CERT_DATE_INVALID;
+
+std::uint32_t Disable(Settings& ASettings, std::uint32_t AFeatures)
+{
+    if ((AFeatures & WINHTTP_DISABLE_COOKIES) != 0)
+        ASettings.Cookies = false;
+    if ((AFeatures & WINHTTP_DISABLE_REDIRECTS) != 0)
+        ASettings.Redirects = HttpClient::RedirectPolicy::Never;
+    if ((AFeatures & WINHTTP_DISABLE_AUTHENTICATION) != 0)
+        ASettings.Authentication = false;
+    if ((AFeatures & WINHTTP_DISABLE_KEEP_ALIVE) != 0)
+        ASettings.KeepAlive = false;
+    return AFeatures <= 15 ? NO_ERROR : ERROR_INVALID_PARAMETER;
+}
+
+/// Options whose value is a number. 12009 for what is none of them.
+std::uint32_t SetNumber(Settings& ASettings, std::uint32_t AOption, std::uint32_t AValue)
+{
+    switch (AOption) {
+    case WINHTTP_OPTION_RESOLVE_TIMEOUT:
+        return NO_ERROR;
+    case WINHTTP_OPTION_CONNECT_TIMEOUT:
+        ASettings.Patience.Connect = AValue;
+        return NO_ERROR;
+    case WINHTTP_OPTION_SEND_TIMEOUT:
+        ASettings.Patience.Send = AValue;
+        return NO_ERROR;
+    case WINHTTP_OPTION_RECEIVE_TIMEOUT:
+        ASettings.Patience.Receive = AValue;
+        return NO_ERROR;
+    case WINHTTP_OPTION_SECURITY_FLAGS:
+        ASettings.Tls.Forgiven = AValue & cForgivable;
+        return (AValue & ~cForgivable) == 0 ? NO_ERROR : ERROR_INVALID_PARAMETER;
+    case WINHTTP_OPTION_DISABLE_FEATURE:
+        return Disable(ASettings, AValue);
+    case WINHTTP_OPTION_AUTOLOGON_POLICY:
+        ASettings.AutologonPolicy = AValue;
+        return AValue <= 2 ? NO_ERROR : ERROR_INVALID_PARAMETER;
+    case WINHTTP_OPTION_ENABLE_FEATURE:
+        ASettings.Tls.Revocation = AValue == WINHTTP_ENABLE_SSL_REVOCATION;
+        return AValue == WINHTTP_ENABLE_SSL_REVOCATION ? NO_ERROR : ERROR_INVALID_PARAMETER;
+    case WINHTTP_OPTION_SECURE_PROTOCOLS:
+        if ((AValue & (HttpClient::Tls12 | HttpClient::Tls13)) == 0)
+            return ERROR_NOT_SUPPORTED;
+        ASettings.Tls.Versions = AValue & (HttpClient::Tls12 | HttpClient::Tls13);
+        return NO_ERROR;
+    case WINHTTP_OPTION_REDIRECT_POLICY:
+        if (AValue > WINHTTP_OPTION_REDIRECT_POLICY_ALWAYS)
+            return ERROR_INVALID_PARAMETER;
+        ASettings.Redirects = static_cast<HttpClient::RedirectPolicy>(AValue);
+        return NO_ERROR;
+    case WINHTTP_OPTION_MAX_HTTP_AUTOMATIC_REDIRECTS:
+        ASettings.MaxRedirects = AValue;
+        return NO_ERROR;
+    default:
+        return ERROR_WINHTTP_INVALID_OPTION;
+    }
+}
+
+std::uint32_t SetLimits(Settings& ASettings, const TZnHttpClientLimits& ALimits)
+{
+    const bool Possible = ALimits.HeaderBytes != 0 && ALimits.HeaderBytes <= 262144 &&
+                          ALimits.HeaderLines != 0 && ALimits.HeaderLines <= 65536 &&
+                          ALimits.IdleConnections != 0 && ALimits.IdleConnections <= 1024;
+    if (!Possible)
+        return ERROR_INVALID_PARAMETER;
+    ASettings.HeadLimits = {ALimits.HeaderBytes, ALimits.HeaderLines};
+    ASettings.DrainBytes = ALimits.DrainBytes;
+    ASettings.IdleConnections = ALimits.IdleConnections;
+    return NO_ERROR;
+}
+
+std::uint32_t SetCommon(Settings& ASettings, std::uint32_t AOption, const Value& AValue)
+{
+    if (AOption == ZN_OPTION_LIMITS) {
+        TZnHttpClientLimits Limits;
+        return AValue.Take(Limits) ? SetLimits(ASettings, Limits) : ERROR_INVALID_PARAMETER;
+    }
+    std::uint32_t Number = 0;
+    const bool IsNumber = AValue.Take(Number);
+    const std::uint32_t Error = SetNumber(ASettings, AOption, Number);
+    return Error == NO_ERROR && !IsNumber ? ERROR_INVALID_PARAMETER : Error;
+}
+
+/// Into a copy first, so that a refused value changes nothing.
+std::uint32_t Change(Settings& ASettings, std::uint32_t AOption, const Value& AValue)
+{
+    Settings Changed = ASettings;
+    const std::uint32_t Error = SetCommon(Changed, AOption, AValue);
+    if (Error == NO_ERROR)
+        ASettings = std::move(Changed);
+    return Error;
+}
+
+std::uint32_t SetBodySource(Request& ARequest, const Value& AValue)
+{
+    TZnHttpBodySource Source{};
+    if (!AValue.IsEmpty() && (!AValue.Take(Source) || Source.Read == nullptr))
+        return ERROR_INVALID_PARAMETER;
+    return ARequest.SetBodySource({Source.Context, Source.TotalLength, Source.Read, Source.Rewind});
+}
+
+std::uint32_t SetOn(Request& ARequest, std::uint32_t AOption, const Value& AValue)
+{
+    switch (AOption) {
+    case WINHTTP_OPTION_CLIENT_CERT_CONTEXT:
+        return ARequest.SetCertificate(AValue.Bytes());
+    case ZN_OPTION_CLIENT_CERT_PASSWORD:
+        return ARequest.SetCertificatePassword(AValue.Text());
+    case ZN_OPTION_BODY_SOURCE:
+        return SetBodySource(ARequest, AValue);
+    case WINHTTP_OPTION_URL:
+        return ERROR_WINHTTP_OPTION_NOT_SETTABLE;
+    default:
+        return ARequest.ChangeSettings(
+            [&](Settings& ASettings) { return Change(ASettings, AOption, AValue); });
+    }
+}
+
+std::uint32_t SetOn(Session& ASession, std::uint32_t AOption, const Value& AValue)
+{
+    std::uint32_t Error = NO_ERROR;
+    ASession.ChangeDefaults([&](Settings& ASettings) {
+        if (AOption == ZN_OPTION_CA_FILE)
+            ASettings.Tls.AuthoritiesFile = AValue.Text();
+        else
+            Error = Change(ASettings, AOption, AValue);
+    });
+    return Error;
+}
+
+std::uint32_t SetOn(Connection& AConnection, std::uint32_t AOption, const Value& AValue)
+{
+    std::uint32_t Time = 0;
+    if (AOption != WINHTTP_OPTION_CONNECT_TIMEOUT)
+        return ERROR_WINHTTP_INVALID_OPTION;
+    if (!AValue.Take(Time))
+        return ERROR_INVALID_PARAMETER;
+    AConnection.SetConnectTime(Time);
+    return NO_ERROR;
+}
+
+std::uint32_t NumberIn(const Settings& ASettings, std::uint32_t AOption, std::uint32_t& AResult)
+{
+    switch (AOption) {
+    case WINHTTP_OPTION_CONNECT_TIMEOUT:
+        AResult = ASettings.Patience.Connect;
+        return NO_ERROR;
+    case WINHTTP_OPTION_SEND_TIMEOUT:
+        AResult = ASettings.Patience.Send;
+        return NO_ERROR;
+    case WINHTTP_OPTION_RECEIVE_TIMEOUT:
+        AResult = ASettings.Patience.Receive;
+        return NO_ERROR;
+    case WINHTTP_OPTION_SECURITY_FLAGS:
+        AResult = ASettings.Tls.Forgiven;
+        return NO_ERROR;
+    case WINHTTP_OPTION_AUTOLOGON_POLICY:
+        AResult = ASettings.AutologonPolicy;
+        return NO_ERROR;
+    case WINHTTP_OPTION_SECURE_PROTOCOLS:
+        AResult = ASettings.Tls.Versions;
+        return NO_ERROR;
+    case WINHTTP_OPTION_REDIRECT_POLICY:
+        AResult = static_cast<std::uint32_t>(ASettings.Redirects);
+        return NO_ERROR;
+    case WINHTTP_OPTION_MAX_HTTP_AUTOMATIC_REDIRECTS:
+        AResult = ASettings.MaxRedirects;
+        return NO_ERROR;
+    default:
+        return ERROR_WINHTTP_INVALID_OPTION;
+    }
+}
+
+std::uint32_t QueryIn(const Settings& ASettings, std::uint32_t AOption, void* ABuffer, std::uint32_t& ASize)
+{
+    if (AOption == ZN_OPTION_LIMITS) {
+        const TZnHttpClientLimits Limits{ASettings.HeadLimits.Bytes, ASettings.HeadLimits.Lines,
+                                         ASettings.DrainBytes, ASettings.IdleConnections};
+        return PutValue(&Limits, sizeof(Limits), ABuffer, ASize);
+    }
+    std::uint32_t Number = 0;
+    const std::uint32_t Error = NumberIn(ASettings, AOption, Number);
+    return Error == NO_ERROR ? PutValue(&Number, sizeof(Number), ABuffer, ASize) : Error;
+}
+
+std::uint32_t QueryOn(Request& ARequest, std::uint32_t AOption, void* ABuffer, std::uint32_t& ASize)
+{
+    if (AOption == WINHTTP_OPTION_URL) {
+        std::string Address;
+        const std::uint32_t Error = ARequest.Address(Address);
+        return Error == NO_ERROR ? PutText(Widen(Address), ABuffer, ASize) : Error;
+    }
+    return ARequest.ChangeSettings(
+        [&](const Settings& ASettings) { return QueryIn(ASettings, AOption, ABuffer, ASize); });
+}
+
+} // namespace
+
+bool WinHttpSetOption(HINTERNET AHandle, std::uint32_t AOption, const void* ABuffer, std::uint32_t ASize)
+{
+    return Run([&]() -> std::uint32_t {
+        const std::shared_ptr<KernelObject> Object = LookupHandle(NumberOf(AHandle));
+        const Value Given{ABuffer, ASize};
+        if (auto* Target = dynamic_cast<Request*>(Object.get()))
+            return SetOn(*Target, AOption, Given);
+        if (auto* Target = dynamic_cast<Session*>(Object.get()))
+            return SetOn(*Target, AOption, Given);
+        if (auto* Target = dynamic_cast<Connection*>(Object.get()))
+            return SetOn(*Target, AOption, Given);
+        return ERROR_INVALID_HANDLE;
+    });
+}
+
+bool WinHttpQueryOption(HINTERNET AHandle, std::uint32_t AOption, void* ABuffer, std::uint32_t* ASize)
+{
+    return Run([&]() -> std::uint32_t {
+        const std::shared_ptr<KernelObject> Object = LookupHandle(NumberOf(AHandle));
+        if (ASize == nullptr)
+            return ERROR_INVALID_PARAMETER;
+        if (auto* Target = dynamic_cast<Request*>(Object.get()))
+            return QueryOn(*Target, AOption, ABuffer, *ASize);
+        if (const auto* Target = dynamic_cast<const Session*>(Object.get()))
+            return QueryIn(Target->Defaults(), AOption, ABuffer, *ASize);
+        if (const auto* Target = dynamic_cast<const Connection*>(Object.get()))
+            return QueryIn(Target->Defaults(), AOption, ABuffer, *ASize);
+        return ERROR_INVALID_HANDLE;
+    });
+}
