@@ -24,6 +24,8 @@ extern TZnHTTPOnGetOAuthAuthorizeForm ZnOnGetOAuthAuthorizeForm;
 class TZnHTTPClientBase : public TComponent, public virtual IZnHTTPClient
 {
 public:
+    static constexpr std::int64_t cDefaultMaxInflatedSize = 256 * 1024 * 1024;
+
     explicit TZnHTTPClientBase(TComponent* AOwner);
     ~TZnHTTPClientBase() override;
 
@@ -59,6 +61,11 @@ public:
     /// For authOAuth2. nullptr changes nothing.
     TZnOAuth& GetOAuth() override { return FOAuth; }
     void SetOAuth(const TZnOAuth* AValue) override;
+
+    /// Bytes that a "deflate" body unfolds to at most; a longer one ends in EZnZlibException. A few kilobytes
+    /// can unfold to gigabytes. Default 256 MiB.
+    std::int64_t GetMaxInflatedSize() const { return FMaxInflatedSize; }
+    void SetMaxInflatedSize(std::int64_t AValue) { FMaxInflatedSize = AValue; }
 
     /// Runs for each piece of a body that was read; BytesRead is the size of that piece.
     TZnHTTPProgress GetOnProgress() override { return FOnProgress; }
@@ -121,6 +128,7 @@ private:
     std::atomic<TZnHTTPAuthentication> FAuthentication{authNone}; // requests of any thread learn it
     TZnHTTPTimeOuts FTimeOuts;
     TZnHTTRedirectPolicy FRedirectPolicy = rdpDisallowHttpsToHttp;
+    std::int64_t FMaxInflatedSize = cDefaultMaxInflatedSize;
     TZnHTTPProgress FOnProgress;
     TZnHTTPOnRequest FOnRequest;
     TZnHTTPOnRequestError FOnRequestError;
