@@ -1,0 +1,228 @@
+/// A connection's thread: one message after the other is read, recognised and dispatched.
+
+#include <limits>
+
+#include "common/System.h"
+#include "platform/errors/Errors.h"
+#include "platform/messages/Messages.h"
+#include "uZnNamedPipes/Connection.h"
+#include "uZnNamedPipes/NamedPipe.h"
+
+namespace
+{
+
+/// Room for one more chunk behind what is there.
+void GrowByChunk(PZnMemoryBuffer& ABuffer, std::uint32_t AChunk)
+{
+    const std::uint32_t Size = ABuffer ? ABuffer->Size : 0;
+    if (Size > std::numeric_limits<std::uint32_t>::max() - AChunk)
+        throw EOutOfMemory();
+    ZnReallocateMem(ABuffer, Size + AChunk);
+    ABuffer->Size = Size;
+}
+
+std::span<std::byte> Bytes(PZnMemoryBuffer ABuffer)
+{
+    return {ABuffer->Bytes(), ABuffer->Size};
+}
+
+/// Frees what a dispatch left unclaimed.
+class FrameHolder
+{
+public:
+    explicit FrameHolder(PZnMemoryBuffer AFrame) : Frame(AFrame) {}
+    ~FrameHolder() { ZnFreeMem(Frame); }
+    FrameHolder(const FrameHolder&) = delete;
+    FrameHolder& operator=(const FrameHolder&) = delete;
+
+    PZnMemoryBuffer Frame;
+};
+
+/// An answer of the command's kind without content.
+PZnDataBuffer EmptyAnswer(TZnDataBufType ADataType)
+{
+    return ZnGetDataBuffer(0, ADataType == btAString || ADataType == btUTF8 ? btUTF8 : btBinary);
+}
+
+} // namespace
+
+void TZnNamedPipeConnection::Execute()
+{
+    try {
+        StartNetworkCheck();
+        while (!GetTerminated() && FConnected) {
+            FrameHolder Read(ReadData());
+            if (!GetTerminated() && Read.Frame && Read.Frame->Size != 0)
+                Dispatch(Read.Frame);
+        }
+        ClosePipeGracefully();
+    } catch (...) {
+        HandOverException();
+        ClosePipeGracefully();
+    }
+    SetAllEvents(); // who waits for an answer learns that none will come
+    if (FOwner->FHWND != 0)
+        SendMessage(FOwner->FHWND, WM_NAMEDPIPE_DISCONNECTED, ZnPtr2Int(this), 0);
+}
+
+PZnMemoryBuffer TZnNamedPipeConnection::ReadData()
+{
+    FReadEvent.ResetEvent();
+    const std::uint32_t Chunk = FOwner->FOutputBufferSize;
+    PZnMemoryBuffer Buffer = nullptr;
+    try {
+        bool IsComplete = false;
+        do {
+            GrowByChunk(Buffer, Chunk);
+            std::byte* const Place = Buffer->Bytes() + Buffer->Size;
+            const THandle Handle = FPipeHandle;
+            if (FNetworkCheck)
+                FNetworkCheck->Start();
+            std::uint32_t Count = 0;
+            IsComplete = JudgeRead(FApi->ReadFile(Handle, Place, Chunk, &Count, &FReadOverlapped));
+            Buffer->Size += Count;
+            if (!IsComplete && (FErrorCode == ERROR_IO_PENDING || FErrorCode == ERROR_MORE_DATA)) {
+                Count = 0;
+                IsComplete = JudgeRead(FApi->GetOverlappedResult(Handle, &FReadOverlapped, &Count, true));
+                Buffer->Size += Count;
+            }
+            if (FNetworkCheck)
+                FNetworkCheck->Stop();
+            if (!IsComplete)
+                RaiseReadError();
+        } while (!IsComplete && !GetTerminated() && FConnected);
+        if (!GetTerminated() && FConnected)
+            return Buffer;
+        ZnFreeMem(Buffer);
+        return nullptr;
+    } catch (...) {
+        ZnFreeMem(Buffer);
+        if (FNetworkCheck)
+            FNetworkCheck->Stop();
+        throw;
+    }
+}
+
+/// True when the message is complete.
+bool TZnNamedPipeConnection::JudgeRead(bool ASucceeded)
+{
+    FErrorCode = ASucceeded ? NO_ERROR : GetLastError();
+    return ASucceeded || FErrorCode == ERROR_HANDLE_EOF;
+}
+
+void TZnNamedPipeConnection::RaiseReadError()
+{
+    switch (const std::uint32_t Error = FErrorCode) {
+    case NO_ERROR:
+    case ERROR_MORE_DATA:
+    case ERROR_IO_PENDING:
+        return;
+    case ERROR_INVALID_HANDLE:
+    case ERROR_NETNAME_DELETED:
+    case ERROR_BROKEN_PIPE:
+    case ERROR_PIPE_NOT_CONNECTED:
+        FConnected = false;
+        throw EAbort(SysErrorMessage(Error));
+    default:
+        FConnected = false;
+        throw EZnNamedPipeReadError(Error, SysErrorMessage(Error));
+    }
+}
+
+/// Who claims the frame sets AFrame to nullptr.
+void TZnNamedPipeConnection::Dispatch(PZnMemoryBuffer& AFrame)
+{
+    switch (Zn::RecogniseFrame(Bytes(AFrame))) {
+    case Zn::FrameKind::NetworkCheck:
+        return;
+    case Zn::FrameKind::PingRequest:
+        return AnswerPing(AFrame);
+    case Zn::FrameKind::PingResponse:
+        return TakePingAnswer(AFrame);
+    case Zn::FrameKind::CmdRequest:
+        return RunCommand(AFrame);
+    case Zn::FrameKind::CmdResponse:
+        return TakeAnswer(AFrame);
+    case Zn::FrameKind::Data:
+        return DeliverData(AFrame, Zn::FrameBlock(AFrame->Bytes(), Zn::cDataBlockOffset));
+    case Zn::FrameKind::Raw:
+        return DeliverData(AFrame, nullptr);
+    }
+}
+
+void TZnNamedPipeConnection::AnswerPing(PZnMemoryBuffer AFrame)
+{
+    Zn::MakePingResponse(AFrame->Bytes(), Now());
+    WriteToPipe(AFrame->Bytes(), AFrame->Size);
+}
+
+/// An answer has no number: it belongs to the ping whose time it brings back. A late one is dropped.
+void TZnNamedPipeConnection::TakePingAnswer(PZnMemoryBuffer& AFrame)
+{
+    TZnLockGuard Guard(FCommandProtect);
+    if (!FPinging || FCommandResult || Zn::PingSendOn(AFrame->Bytes()) != FPingSendOn)
+        return;
+    FCommandResult = new TZnNamedPipeData{.BufData = AFrame};
+    AFrame = nullptr;
+    FCommandEvent.SetEvent();
+}
+
+void TZnNamedPipeConnection::TakeAnswer(PZnMemoryBuffer& AFrame)
+{
+    TZnLockGuard Guard(FCommandProtect);
+    if (FCommandID <= 0 || FPinging || FCommandResult || Zn::FrameCommandID(AFrame->Bytes()) != FCommandID)
+        return;
+    FCommandResult =
+        new TZnNamedPipeData{.BufData = AFrame, .Data = Zn::FrameBlock(AFrame->Bytes(), Zn::cCmdBlockOffset)};
+    AFrame = nullptr;
+    FCommandEvent.SetEvent();
+}
+
+void TZnNamedPipeConnection::DeliverData(PZnMemoryBuffer& AFrame, PZnDataBuffer AData)
+{
+    if (FOwner->GetReceiveSyncType() == rsThreaded) {
+        const PZnNamedPipeData Record = CreateDataRec(AFrame, AData);
+        AFrame = nullptr;
+        FOwner->DoDataReceived(this, Record);
+        return;
+    }
+    if (AFrame->Size <
+        FOwner->FOutputBufferSize / 2) { // many may wait: none holds a chunk that it doesn't fill
+        const auto Offset = AData ? reinterpret_cast<std::byte*>(AData) - AFrame->Bytes() : 0;
+        ZnReallocateMem(AFrame, AFrame->Size);
+        AData = AData ? Zn::FrameBlock(AFrame->Bytes(), static_cast<std::size_t>(Offset)) : nullptr;
+    }
+    const PZnNamedPipeData Record = CreateDataRec(AFrame, AData);
+    AFrame = nullptr;
+    // A full queue holds this connection up until the owner thread has taken something from it.
+    while (!PostMessage(FOwner->FHWND, WM_NAMEDPIPE_DATA, static_cast<std::uint32_t>(FConnectionID),
+                        static_cast<std::intptr_t>(ZnPtr2Int(Record))) &&
+           GetLastError() == ERROR_NOT_ENOUGH_QUOTA && !GetTerminated())
+        SendMessage(FOwner->FHWND, WM_NULL, 0, 0);
+}
+
+void TZnNamedPipeConnection::RunCommand(PZnMemoryBuffer& AFrame)
+{
+    const PZnNamedPipeData Record =
+        CreateDataRec(AFrame, Zn::FrameBlock(AFrame->Bytes(), Zn::cCmdBlockOffset));
+    AFrame = nullptr;
+    struct Freed
+    {
+        TZnNamedPipeConnection* Connection;
+        PZnNamedPipeData Record;
+        ~Freed() { Connection->FreeDataRec(Record); }
+    } AtTheEnd{this, Record};
+    const std::int64_t CommandID = Zn::FrameCommandID(Record->BufData->Bytes());
+
+    if (FOwner->GetReceiveSyncType() == rsThreaded)
+        FOwner->DoCmdReceived(this, Record);
+    else
+        SendMessage(FOwner->FHWND, WM_NAMEDPIPE_COMMAND, ZnPtr2Int(this),
+                    static_cast<std::intptr_t>(ZnPtr2Int(Record)));
+    // No handler for this type, or one that raised: the requester gets an answer all the same.
+    if (!Record->Response)
+        Record->Response = EmptyAnswer(Record->Data->DataType);
+    const TZnDataBuffer& Answer = *Record->Response;
+    WriteFrame(Zn::MakeCommandHead(dtCmdResponse, CommandID, Answer.DataType, Answer.Size),
+               {Answer.Data(), Answer.Size});
+}
