@@ -59,3 +59,9 @@ std::string SysErrorMessage(std::uint32_t AError)
 {
     return SysErrorText(AError);
 }
+
+void RaiseLastOSError(std::uint32_t AError)
+{
+    throw EOSError(ZnFormat("System Error.  Code: %u.\r\n%s", AError, SysErrorMessage(AError).c_str()),
+                   static_cast<int>(AError));
+}

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "common/Exceptions.h"
+
 /// The platform release in the form of the component interfaces: 2560, the newest there is.
 std::uint32_t ZnGetWindowsVersion();
 
@@ -28,3 +30,14 @@ std::uint64_t GetTickCount64();
 
 /// The text of a platform error number.
 std::string SysErrorMessage(std::uint32_t AError);
+
+/// A failed call of the platform, with its number.
+class EOSError : public EZnException
+{
+public:
+    using EZnException::EZnException;
+    ZN_EXCEPTION_NAME("EOSError")
+};
+
+/// Raises EOSError for a platform error number: "System Error.  Code: 5.", and its text on a line of its own.
+[[noreturn]] void RaiseLastOSError(std::uint32_t AError);

@@ -4,6 +4,7 @@
 
 #include "platform/errors/Errors.h"
 #include "platform/icmp/Exports.h"
+#include "platform/iphelper/AdapterFunctions.h"
 #include "platform/iphelper/Exports.h"
 #include "platform/iphelper/Functions.h"
 
@@ -29,6 +30,8 @@ std::span<const TZnExport> IphlpapiExports()
         std::vector<TZnExport> Result(Echo.begin(), Echo.end());
         Result.push_back({"ConvertLengthToIpv4Mask",
                           reinterpret_cast<void*>(TConvertLengthToIpv4Mask(ConvertLengthToIpv4Mask))});
+        const auto Adapters = Zn::AdapterExports();
+        Result.insert(Result.end(), Adapters.begin(), Adapters.end());
         return Result;
     }();
     return Exports;

@@ -89,6 +89,12 @@ private:
         if (Open(FIphlpapi, "Iphlpapi")) {
             FindEcho(FIphlpapi);
             Find(FIphlpapi, "ConvertLengthToIpv4Mask", FFunctions.ConvertLengthToIpv4Mask);
+            Find(FIphlpapi, "GetAdaptersAddresses", FFunctions.GetAdaptersAddresses);
+            Find(FIphlpapi, "GetInterfaceInfo", FFunctions.GetInterfaceInfo);
+            Find(FIphlpapi, "IpReleaseAddress", FFunctions.IpReleaseAddress);
+            Find(FIphlpapi, "IpRenewAddress", FFunctions.IpRenewAddress);
+            Find(FIphlpapi, "NotifyIpInterfaceChange", FFunctions.NotifyIpInterfaceChange);
+            Find(FIphlpapi, "CancelMibChangeNotify2", FFunctions.CancelMibChangeNotify2);
         }
         // Older systems have the echo functions in a library of their own.
         if (!FFunctions.IcmpCreateFile && Open(FIcmp, "Icmp"))

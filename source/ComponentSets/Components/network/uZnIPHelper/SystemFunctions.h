@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/icmp/Icmp.h"
+#include "platform/iphelper/Adapters.h"
 #include "platform/iphelper/Functions.h"
 
 /// Starts the socket layer and looks up the system's address functions. Every operation that needs
@@ -34,6 +35,12 @@ struct TSystemFunctions
     TIcmp6SendEcho2 Icmp6SendEcho2 = nullptr;
     TIcmpCloseHandle IcmpCloseHandle = nullptr;
     TConvertLengthToIpv4Mask ConvertLengthToIpv4Mask = nullptr;
+    TGetAdaptersAddresses GetAdaptersAddresses = nullptr;
+    TGetInterfaceInfo GetInterfaceInfo = nullptr;
+    TIpChangeAddress IpReleaseAddress = nullptr;
+    TIpChangeAddress IpRenewAddress = nullptr;
+    TNotifyIpInterfaceChange NotifyIpInterfaceChange = nullptr;
+    TCancelMibChangeNotify2 CancelMibChangeNotify2 = nullptr;
 };
 
 /// Behind InitializeWinsock, from any thread.
