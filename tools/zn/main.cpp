@@ -2,7 +2,8 @@
 
 #include "tools/zn/Commands.h"
 
-/// zn: the library's capabilities from a shell. Exit codes: 0 done, 1 failed, 2 wrong command line.
+/// zn: the library's capabilities from a shell. Exit codes: 0 done, 1 failed, 2 wrong command line;
+/// those of requests are in request/Request.h.
 int main(int argc, char** argv)
 {
     int ExitCode = Zn::cExitOk;
@@ -10,6 +11,7 @@ int main(int argc, char** argv)
     App.set_version_flag("--version", ZN_VERSION);
     App.require_subcommand(1);
     Zn::AddServeCommand(App, ExitCode);
+    Zn::AddRequestCommands(App, ExitCode);
     Zn::AddUsersCommand(App, ExitCode);
     Zn::AddConfigCommand(App, ExitCode);
     Zn::AddTcpCommand(App, ExitCode);
