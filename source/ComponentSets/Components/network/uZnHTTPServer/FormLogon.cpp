@@ -11,9 +11,9 @@
 
 #include "common/Text.h"
 #include "uZnHTTPServer/AuthTokenManager.h"
-#include "uZnHTTPServer/ErrorPages.h"
 #include "uZnHTTPServer/LogonForm.h"
 #include "uZnHTTPServer/LogonRedirect.h"
+#include "uZnHTTPServer/OpenIDConnect.h"
 #include "uZnHTTPServer/Server.h"
 #include "uZnHTTPServer/Worker.h"
 
@@ -26,7 +26,6 @@ constexpr std::int32_t cSessionPeriod = 3600; // s
 bool ReceiveVisitor(const TZnHTTPServerAuthTokenManager& AManager, const TZnHTTPServerRequest& ARequest,
                     TZnHTTPServerResponse& AResponse)
 {
-    // An OpenID Connect post joins here, ahead of the visitor.
     const std::string& DefaultUrl = AManager.GetDefaultUrl();
     if (DefaultUrl.empty() || ARequest.UrlData.Resource != AManager.GetLogonUrl())
         return true;
@@ -38,6 +37,7 @@ bool ContinueSession(const TZnHTTPServerAuthTokenManager& AManager, TZnHTTPServe
                      const TZnHTTPServerAuthSession& ASession, TZnHTTPServerRequest& ARequest,
                      TZnHTTPServerResponse& AResponse)
 {
+    const bool IsByProvider = AManager.GetOwner().GetOpenIDConnect().GetConfigured();
     const std::string& Resource = ARequest.UrlData.Resource;
     if (Resource == AManager.GetLogonUrl()) {
         Zn::AuthRedirect(AResponse, AToken.GetRedirectUri(), false, "Already Logged On");
@@ -49,7 +49,7 @@ bool ContinueSession(const TZnHTTPServerAuthTokenManager& AManager, TZnHTTPServe
         return true;
     }
     AToken.Touch();
-    ARequest.AuthenticationType = authOther; // authOAuth2 where OpenID Connect is configured
+    ARequest.AuthenticationType = IsByProvider ? authOAuth2 : authOther;
     ARequest.LogonName = ASession.UserName;
     ARequest.RoleName = ASession.RoleName;
     ARequest.PasswordExp = ASession.PasswordExpiresOn;
@@ -77,10 +77,8 @@ void SendToLogonPage(TZnHTTPServerAuthTokenManager& AManager, const TZnHTTPServe
         Zn::SetTokenCookie(AManager.GetOwner(), ARequest, AResponse, TokenId);
         Zn::AnswerWithRedirect(AResponse, LogonUrl, ARequest.UrlData.Origin + LogonUrl,
                                "Form Authentication Redirect");
-    } catch (const std::exception& E) { // no room for another token, or no memory
-        Zn::AnswerWithErrorPage(AResponse, 503,
-                                Zn::MakeErrorPage(ARequest.GetKnownHeaderValue(HttpHeaderAccept),
-                                                  Zn::NumberedErrorText(503, E.what())));
+    } catch (const std::exception& E) {
+        Zn::AnswerWithoutToken(ARequest, AResponse, E);
     }
 }
 
@@ -102,8 +100,11 @@ bool TZnCustomHTTPServer::AuthenticateByToken(TZnHTTPServerResponseThread& AResp
                                               TZnHTTPServerResponse& AResponse)
 {
     std::string TokenId;
-    if (!AResponseThread.GetCookie(ARequest.UrlData, ARequest.AuthTokenName, TokenId) || TokenId.empty())
+    if (!AResponseThread.GetCookie(ARequest.UrlData, ARequest.AuthTokenName, TokenId) || TokenId.empty()) {
+        if (IsProviderAnswer(AResponseThread, ARequest))
+            return LogOnByProvider(AResponseThread, ARequest, AResponse);
         return ReceiveVisitor(*FAuthTokenManager, ARequest, AResponse);
+    }
 
     const std::shared_ptr<TZnHTTPServerAuthToken> Token = FAuthTokenManager->FindToken(TokenId);
     if (!Token || Token->GetTerminated()) { // one that ends just now is as good as gone, logged on or not
@@ -152,7 +153,10 @@ void TZnCustomHTTPServer::LogOn(TZnHTTPServerResponseThread& AResponseThread, TZ
 /// What becomes of a caller who has to log on and asks for a page. False when form logon isn't configured.
 bool TZnCustomHTTPServer::AnswerLogonFailure(TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse)
 {
-    // The redirect to an OpenID Connect provider joins here.
+    if (FOpenID->GetConfigured()) {
+        SendToProvider(ARequest, AResponse);
+        return true;
+    }
     if (!FAuthTokenManager->GetConfigured())
         return false;
     if (ARequest.HttpVerb == HttpVerbGET)
@@ -180,7 +184,7 @@ const std::string& TZnCustomHTTPServer::GetLogonUrl() const
 void TZnCustomHTTPServer::SetLogonUrl(const std::string& AValue)
 {
     FAuthTokenManager->SetLogonUrl(AValue.starts_with('/') ? AValue : "/" + AValue);
-    // With OpenID Connect the unchanged text is the provider's authorize endpoint.
+    FOpenID->SetAuthorizeUrl(AValue);
 }
 
 const std::string& TZnCustomHTTPServer::GetLogoffUrl() const

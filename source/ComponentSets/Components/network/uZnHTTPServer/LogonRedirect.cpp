@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "common/Encoding.h"
+#include "uZnHTTPServer/ErrorPages.h"
 #include "uZnHTTPServer/Request.h"
 #include "uZnHTTPServer/Response.h"
 #include "uZnHTTPServer/Server.h"
@@ -72,6 +73,14 @@ void AuthRedirect(TZnHTTPServerResponse& AResponse, const std::string& AUrl, boo
         AResponse.AddCookie("X-Auth-Error", Value.append(cErrorSuffix));
     }
     AnswerWithRedirect(AResponse, AUrl, AUrl, TZnEncoding::ConvertW(Message, cZnCodePageSystem));
+}
+
+void AnswerWithoutToken(const TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse,
+                        const std::exception& AException)
+{
+    AnswerWithErrorPage(AResponse, 503,
+                        MakeErrorPage(ARequest.GetKnownHeaderValue(HttpHeaderAccept),
+                                      NumberedErrorText(503, AException.what())));
 }
 
 void SetTokenCookie(const TZnCustomHTTPServer& AServer, const TZnHTTPServerRequest& ARequest,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,10 @@ void AuthRedirect(TZnHTTPServerResponse& AResponse, const std::string& AUrl, boo
 /// is for the Location field.
 void AnswerWithRedirect(TZnHTTPServerResponse& AResponse, const std::string& ALocation, std::string_view AUrl,
                         std::string AStatusDescription);
+
+/// Answers 503 where no token could be made for the caller: too many are logged on, or there is no memory.
+void AnswerWithoutToken(const TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse,
+                        const std::exception& AException);
 
 /// Gives the browser a token, for the time that it runs. Scripts of the site can read it: pages that end a
 /// session or tell whether there is one rely on it. Marked Secure where https is served on port 443 or the

@@ -9,6 +9,7 @@
 #include "uZnHTTPServer/AuthTokenManager.h"
 #include "uZnHTTPServer/Failures.h"
 #include "uZnHTTPServer/ListenThread.h"
+#include "uZnHTTPServer/OpenIDConnect.h"
 #include "uZnHTTPServer/Worker.h"
 
 std::int32_t RequestBufferSize = 2048;
@@ -32,6 +33,7 @@ TZnCustomHTTPServer::TZnCustomHTTPServer(TComponent* AOwner)
       FWindowsVersion(static_cast<std::uint16_t>(ZnGetWindowsVersion())),
       FResponseClass(MakeResponse),
       FAuthTokenManager(std::make_unique<TZnHTTPServerAuthTokenManager>(*this)),
+      FOpenID(std::make_unique<TZnHTTPServerOIDC>(*this)),
       FAuthMonitor(TZnAuthMonitor::Create()),
       FWorkerPool(*this)
 {

@@ -25,6 +25,8 @@
 class TZnHTTPServerAuthToken;
 class TZnHTTPServerAuthTokenManager;
 class TZnHTTPServerListenThread;
+class TZnHTTPServerOIDC;
+class TZnJWT;
 class TZnTextParser;
 class TZnHTTPServerResponseThread;
 
@@ -150,6 +152,10 @@ public:
     /// The sessions of form logon and the limit on their number.
     TZnHTTPServerAuthTokenManager& GetAuthTokenManager() const { return *FAuthTokenManager; }
 
+    /// The identity provider that takes the place of the logon page once it is configured; LogonUrl is its
+    /// authorization endpoint then. See docs/openid-connect.md.
+    TZnHTTPServerOIDC& GetOpenIDConnect() const { return *FOpenID; }
+
     /// What OnGetStoredPassword is expected to give for an account: MD5 over "user:realm:password" in
     /// UTF-8, which is HA1 of RFC 7616 and so serves Basic and Digest. The salt is for overrides. An
     /// override ends Digest, which takes the stored hash as it is. Any thread.
@@ -228,6 +234,7 @@ protected:
     std::int32_t FMaxWorkerThreadCnt = 128;
     TZnHTTPServerResponseClass FResponseClass;
     std::unique_ptr<TZnHTTPServerAuthTokenManager> FAuthTokenManager;
+    std::unique_ptr<TZnHTTPServerOIDC> FOpenID;
 
 private:
     friend class TZnHTTPServerListenThread;
@@ -278,6 +285,18 @@ private:
                                      const EZnHTTPAuthenticationFailure& AException);
     bool AnswerLogonFailure(TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse);
     std::string Challenge(TZnHTTPAuthentication AAuthType);
+
+    // Who asks, by an identity provider (OpenIDLogon.cpp)
+    bool IsProviderAnswer(TZnHTTPServerResponseThread& AResponseThread,
+                          const TZnHTTPServerRequest& ARequest) const;
+    bool LogOnByProvider(TZnHTTPServerResponseThread& AResponseThread, TZnHTTPServerRequest& ARequest,
+                         TZnHTTPServerResponse& AResponse);
+    bool AcceptIdToken(const std::string& AIdToken, TZnHTTPServerAuthToken& AToken,
+                       TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse);
+    bool AcceptCode(const std::string& ACode, TZnHTTPServerAuthToken& AToken, TZnHTTPServerRequest& ARequest,
+                    TZnHTTPServerResponse& AResponse);
+    std::string RoleOfProviderUser(const TZnJWT& AIdToken, const std::string& AUser);
+    void SendToProvider(TZnHTTPServerRequest& ARequest, TZnHTTPServerResponse& AResponse);
 
     // Steps of ParseSSI (Includes.cpp)
     void ExpandPage(TZnHTTPServerResponse& AResponse);
