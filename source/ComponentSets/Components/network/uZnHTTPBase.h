@@ -6,6 +6,7 @@
 ///
 /// Include this header; the folder uZnHTTPBase/ holds its parts.
 
+#include "uZnHTTPBase/AuthenticationFailure.h"
 #include "uZnHTTPBase/Cookies.h"
 #include "uZnHTTPBase/Credentials.h"
 #include "uZnHTTPBase/HTTPExceptions.h"

@@ -34,6 +34,18 @@ void TZnOAuth::SetAccessToken(TZnOAuthAccessToken AAccessToken)
     FAccessToken = std::move(AAccessToken);
 }
 
+std::string TZnOAuth::GetRefreshToken() const
+{
+    const TZnLockGuard Guard(FTokenLock);
+    return FRefreshToken;
+}
+
+void TZnOAuth::SetRefreshToken(std::string AValue)
+{
+    const TZnLockGuard Guard(FTokenLock);
+    FRefreshToken = std::move(AValue);
+}
+
 std::string TZnOAuth::GetParamAlias(const std::string& AName) const
 {
     const int Index = FParamNames.IndexOfName(AName);
@@ -59,7 +71,11 @@ void TZnOAuth::AssignTo(TPersistent* ADest) const
     OAuth->FTokenEndpoint = FTokenEndpoint;
     OAuth->FScope = FScope;
     OAuth->FGrantType = FGrantType;
+    OAuth->FUsePKCE = FUsePKCE;
+    OAuth->FUseState = FUseState;
+    OAuth->FUseRefreshToken = FUseRefreshToken;
     OAuth->SetAccessToken(GetAccessToken());
+    OAuth->SetRefreshToken(GetRefreshToken());
     OAuth->FParamNames = FParamNames;
     OAuth->FSuccessMessage = FSuccessMessage;
 }

@@ -74,6 +74,28 @@ public:
     const TStringList& GetSuccessMessage() const { return FSuccessMessage; }
     void SetSuccessMessage(const TStringList& AValue) { FSuccessMessage = AValue; }
 
+    // Beyond what every provider knows, and so off by default.
+
+    /// The authorization code is bound to this client by a proof (RFC 7636, S256).
+    bool GetUsePKCE() const { return FUsePKCE; }
+    void SetUsePKCE(bool AValue) { FUsePKCE = AValue; }
+    /// A random state goes to the provider and must come back (RFC 6749, section 10.12).
+    bool GetUseState() const { return FUseState; }
+    void SetUseState(bool AValue) { FUseState = AValue; }
+    /// A refresh token that came with an access token gets the next one, without the user.
+    bool GetUseRefreshToken() const { return FUseRefreshToken; }
+    void SetUseRefreshToken(bool AValue) { FUseRefreshToken = AValue; }
+    /// A secret. Any thread.
+    std::string GetRefreshToken() const;
+    void SetRefreshToken(std::string AValue);
+
+    /// Whether AURL would do as RedirectURI: starts a server on it, calls it, and tells in AMessage what came
+    /// of that. Raises nothing. In programs that link uZnHTTPServer.
+    static bool TestRedirectURL(const std::string& AURL, std::string& AMessage);
+    /// Adds 127.0.0.1 to the HTTP service's listen list. Raises Exception in a process without the rights to
+    /// it. In programs that link uZnHTTPServer.
+    static void RegisterLocalhost();
+
 protected:
     void AssignTo(TPersistent* ADest) const override;
 
@@ -85,7 +107,11 @@ private:
     std::string FTokenEndpoint;
     std::string FScope;
     TZnOAuthGrantType FGrantType = oagtAuthorize;
+    bool FUsePKCE = false;
+    bool FUseState = false;
+    bool FUseRefreshToken = false;
     mutable TZnCriticalSection FTokenLock;
+    std::string FRefreshToken ZN_GUARDED_BY(FTokenLock);
     TZnOAuthAccessToken FAccessToken ZN_GUARDED_BY(FTokenLock);
     TStringList FParamNames;
     TStringList FSuccessMessage;

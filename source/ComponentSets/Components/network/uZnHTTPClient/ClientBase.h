@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "common/Events.h"
+#include "common/Locks.h"
 #include "uZnHTTPClient/Contract.h"
 
 /// Application-wide: asked for the form that shows an authorization page. Unassigned, the page opens in
@@ -105,7 +105,8 @@ public:
     TZnHTTPMethods Options(const std::string& AURL, TStream* AOutput) override;
 
     /// Sees to it that OAuth holds a live token, or raises. Transports call it before each request when
-    /// Authentication is authOAuth2; while a token lives it costs a look at the clock.
+    /// Authentication is authOAuth2; while a token lives it costs a look at the clock. The interactive grants
+    /// wait for the user. See docs/oauth.md.
     virtual void GetOAuthAccessToken();
 
     // Each calls its event, if there is one.
@@ -135,4 +136,6 @@ private:
     TZnHTTPOnResponse FOnResponse;
     TZnHTTPOnGetClientCertificate FOnGetClientCertificate;
     TZnOAuth FOAuth;
+    TZnCriticalSection FOAuthLock; // held while a token is got, by whatever it takes
+    bool FRequestingOAuthToken ZN_GUARDED_BY(FOAuthLock) = false;
 };

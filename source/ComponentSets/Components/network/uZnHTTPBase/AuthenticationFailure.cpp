@@ -1,4 +1,4 @@
-#include "uZnHTTPServer/AuthExceptions.h"
+#include "uZnHTTPBase/AuthenticationFailure.h"
 
 EZnHTTPAuthenticationFailure
 EZnHTTPAuthenticationFailure::CreateFmt(TZnHTTPAuthentication AAuthenticationType, int AErrorCode,
