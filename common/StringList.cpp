@@ -16,6 +16,15 @@ bool LessText(std::string_view ALeft, std::string_view ARight)
     return std::ranges::lexicographical_compare(ALeft, ARight, {}, ZnLowerChar, ZnLowerChar);
 }
 
+/// As find_first_of("\r\n"), which would search those two for each character of the text.
+std::size_t LineLength(std::string_view AText)
+{
+    std::size_t Length = 0;
+    while (Length < AText.size() && AText[Length] != '\n' && AText[Length] != '\r')
+        ++Length;
+    return Length;
+}
+
 bool HasName(const std::string& ALine, std::string_view AName)
 {
     return ALine.size() > AName.size() && ALine[AName.size()] == cNameValueSeparator &&
@@ -144,7 +153,7 @@ void TStringList::SetText(std::string_view AText)
 {
     FLines.clear();
     while (!AText.empty()) {
-        std::size_t End = std::min(AText.find_first_of("\r\n"), AText.size());
+        const std::size_t End = LineLength(AText);
         Add(std::string(AText.substr(0, End)));
         AText.remove_prefix(End);
         AText.remove_prefix(AText.starts_with("\r\n") ? 2 : std::min<std::size_t>(1, AText.size()));

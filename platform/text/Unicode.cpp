@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace Zn
 {
@@ -44,6 +45,37 @@ std::size_t PutUtf8(char* AOut, char32_t ACodePoint)
     AOut[2] = static_cast<char>(0x80 | (ACodePoint >> 6 & 0x3F));
     AOut[3] = static_cast<char>(0x80 | (ACodePoint & 0x3F));
     return 4;
+}
+
+template <class T>
+using UnsignedOf = std::conditional_t<sizeof(T) == 1, std::uint8_t, std::uint16_t>;
+
+/// Copies units of AFrom, which need not be aligned, to ATo while they are ASCII, and gives their number.
+/// Eight at a time: nearly all texts of the platform are ASCII from beginning to end.
+template <class TFrom, class TTo>
+std::size_t AsciiPrefix(const char* AFrom, std::size_t ACount, TTo* ATo)
+{
+    constexpr std::size_t cBlock = 8;
+    std::size_t Index = 0;
+    for (; Index + cBlock <= ACount; Index += cBlock) {
+        TFrom Units[cBlock];
+        std::memcpy(Units, AFrom + Index * sizeof(TFrom), sizeof(Units));
+        unsigned All = 0;
+        for (const TFrom Unit : Units)
+            All |= static_cast<UnsignedOf<TFrom>>(Unit);
+        if (All >= 0x80)
+            break;
+        for (std::size_t Offset = 0; Offset < cBlock; ++Offset)
+            ATo[Index + Offset] = static_cast<TTo>(Units[Offset]);
+    }
+    for (; Index < ACount; ++Index) {
+        TFrom Unit;
+        std::memcpy(&Unit, AFrom + Index * sizeof(TFrom), sizeof(Unit));
+        if (static_cast<UnsignedOf<TFrom>>(Unit) >= 0x80)
+            break;
+        ATo[Index] = static_cast<TTo>(Unit);
+    }
+    return Index;
 }
 
 /// Sequences that begin with ALead: their length, the bits of ALead that count, and the range of
@@ -89,9 +121,7 @@ std::string Utf8FromUtf16Bytes(const void* AData, std::size_t AByteCount)
 
     // One byte for each unit is right for ASCII; the rest of the way grows the text as needed.
     std::string Result(Count, '\0');
-    std::size_t Index = 0;
-    for (char* Out = Result.data(); Index < Count && Unit(Index) < 0x80; ++Index)
-        Out[Index] = static_cast<char>(Unit(Index));
+    std::size_t Index = AsciiPrefix<char16_t>(Bytes, Count, Result.data());
     if (Index == Count && AByteCount % 2 == 0)
         return Result;
 
@@ -115,8 +145,8 @@ std::u16string Utf16FromUtf8(std::string_view AText)
 {
     // A character takes no more UTF-16 units than it takes bytes.
     std::u16string Result(AText.size(), u'\0');
-    std::size_t Length = 0;
-    for (std::size_t Index = 0; Index < AText.size();) {
+    std::size_t Length = AsciiPrefix<char>(AText.data(), AText.size(), Result.data());
+    for (std::size_t Index = Length; Index < AText.size();) {
         const auto Byte = static_cast<unsigned char>(AText[Index]);
         if (Byte < 0x80) {
             Result[Length++] = Byte;

@@ -22,13 +22,18 @@ bool IsToken(std::string_view AText)
 
 } // namespace
 
+bool Zn::IsHeaderText(std::string_view AText)
+{
+    return std::ranges::none_of(AText, [](char AChar) { return cNotInValues.Contains(AChar); });
+}
+
 void Zn::CheckHeader(std::string_view AName, std::string_view AValue)
 {
     // The name is shown only where it is one: anything else may hold line breaks, or a secret.
     if (!IsToken(AName))
         throw EZnHTTPInvalidArgument(
             "The name of a header is empty or has characters that no header name can have!");
-    if (std::ranges::any_of(AValue, [](char AChar) { return cNotInValues.Contains(AChar); }))
+    if (!IsHeaderText(AValue))
         throw EZnHTTPInvalidArgument("The value of the header \"" + std::string(AName) +
                                      "\" has a line break or a NUL in it!");
 }

@@ -67,7 +67,7 @@ TZnHTTPRequest::~TZnHTTPRequest()
 void TZnHTTPRequest::TakeURL(const std::string& AURL, const TZnCredentials& ACredentials)
 {
     const std::string URL = ZnTrim(AURL);
-    if (URL.empty() || URL.find_first_of(std::string_view("\r\n\0", 3)) != std::string::npos)
+    if (URL.empty() || !Zn::IsHeaderText(URL))
         throw EInvalidArgument("The provided URL is not a valid URL!");
     FURLData = ZnDecodeURL(URL);
     // "https" in other letters would go out unprotected.
