@@ -1,0 +1,144 @@
+// The client against the library's own server and scripted peers, over the real engine.
+
+#include "uZnWinHTTP.h"
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "tests/integration/server/ServerHarness.h"
+#include "tests/support/ScriptedPeer.h"
+
+namespace
+{
+
+std::string Url(std::uint16_t APort, const std::string& ATarget = "/")
+{
+    return "http://localhost:" + std::to_string(APort) + ATarget;
+}
+
+/// A file of ASize bytes that is gone with its holder.
+class ScratchFile
+{
+public:
+    explicit ScratchFile(std::int64_t ASize)
+        : FName(std::filesystem::temp_directory_path() / ("zn-client-" + std::to_string(getpid())))
+    {
+        TFileStream File(FName, fmCreate);
+        std::string Bytes(static_cast<std::size_t>(ASize), '\0');
+        for (std::size_t Index = 0; Index < Bytes.size(); ++Index)
+            Bytes[Index] = static_cast<char>(Index * 7 + Index / 251);
+        File.WriteBuffer(Bytes.data(), ASize);
+    }
+    ~ScratchFile() { std::filesystem::remove(FName); }
+    const std::string& Name() const { return FName; }
+
+private:
+    std::string FName;
+};
+
+/// Sends back what it got.
+void Echo(PZnHTTPServerRequest ARequest, Answer& AAnswer)
+{
+    AAnswer.SetContentType("application/octet-stream");
+    AAnswer.AddUnknownHeader("X-Verb", std::to_string(ARequest->HttpVerb));
+    auto Body = std::make_unique<TMemoryStream>();
+    if (std::shared_ptr<IZnBodyContent> Content; ARequest->GetBody(Content))
+        Body->CopyFrom(*Content->AsStream(true));
+    AAnswer.SetResponseStream(std::move(Body));
+}
+
+} // namespace
+
+TEST(Client, TalksToTheServer)
+{
+    ServerHarness Server(Echo);
+    TZnWinHTTPClient Client(nullptr);
+    const auto Posted = Client.Request(httpPOST, Url(Server.Port, "/a"), std::string("gr\xC3\xBC\xC3\x9F"),
+                                       "text/plain", true);
+    EXPECT_EQ(Posted->GetResponse(), "gr\xC3\xBC\xC3\x9F");
+    EXPECT_EQ(Posted->GetHeader("x-verb"), std::to_string(HttpVerbPOST));
+    EXPECT_EQ(Client.Request(httpPUT, Url(Server.Port), AnsiString("bytes"), "", true)->GetResponse(),
+              "bytes");
+    const auto Head = Client.Request(httpHEAD, Url(Server.Port), true);
+    EXPECT_EQ(Head->GetHeader("X-Verb"), std::to_string(HttpVerbHEAD));
+    EXPECT_EQ(Head->GetResponse(), "");
+    EXPECT_EQ(Client.Request(httpDELETE, Url(Server.Port), true)->GetHeader("X-Verb"),
+              std::to_string(HttpVerbDELETE));
+}
+
+TEST(Client, FilesOfAnySizeGoUpAndComeDownWhole)
+{
+    ServerHarness Server(Echo);
+    TZnWinHTTPClient Client(nullptr);
+    for (const std::int64_t Size : {std::int64_t{0}, std::int64_t{1}, std::int64_t{1024 * 1024},
+                                    std::int64_t{1024 * 1024 + 1}, std::int64_t{9'000'000}}) {
+        const ScratchFile File(Size);
+        TFileStream Body(File.Name(), fmOpenRead);
+        TMemoryStream Received;
+        std::int64_t Told = 0;
+        Client.SetOnProgress([&](TObject*, TStream*, std::int64_t ARead, std::int64_t) { Told += ARead; });
+        Client.Request(httpPOST, Url(Server.Port), &Body, "", true)->GetResponseData(Received);
+        TMemoryStream Sent;
+        Sent.CopyFrom(Body);
+        EXPECT_EQ(Received.View(), Sent.View()) << Size;
+        EXPECT_EQ(Told, Size);
+    }
+}
+
+TEST(Client, UndoesTheServersDeflate)
+{
+    const std::string Page(20000, 'z');
+    ServerHarness Server([&](PZnHTTPServerRequest, Answer& AAnswer) {
+        AAnswer.SetContentEncoding("deflate");
+        AAnswer.SetResponseText(Page);
+    });
+    TZnWinHTTPClient Client(nullptr);
+    Client.GetRequestHeaders().SetAcceptEncoding("deflate");
+    const auto Response = Client.Request(httpGET, Url(Server.Port), true);
+    EXPECT_EQ(Response->GetHeader("Content-Encoding"), "deflate");
+    EXPECT_EQ(Response->GetResponse(), Page);
+}
+
+TEST(Client, ManualCookiesComeBackToTheirHost)
+{
+    ServerHarness Server([](PZnHTTPServerRequest ARequest, Answer& AAnswer) {
+        AAnswer.SetResponseText(ARequest->GetKnownHeaderValue(HttpHeaderCookie));
+        AAnswer.AddCookie("a", "1; Path=/");
+    });
+    TZnWinHTTPClient Client(nullptr);
+    Client.SetCookieHandling(chManual);
+    EXPECT_EQ(Client.Request(httpGET, Url(Server.Port), true)->GetResponse(), "");
+    EXPECT_EQ(Client.Request(httpGET, Url(Server.Port), true)->GetResponse(), "a=1");
+    const auto Request = Client.PrepareRequest(httpGET, Url(Server.Port), nullptr, "");
+    Request->AddCookie("b", "2");
+    EXPECT_EQ(Request->SendRequest()->GetResponse(), "a=1; b=2");
+}
+
+TEST(Client, FaultsHaveTheirClasses)
+{
+    TZnWinHTTPClient Client(nullptr);
+    Client.GetTimeOuts().SetReceiveTimeOut(200);
+    EXPECT_THROW(Client.Request(httpGET, Url(FreePort()), false), EZnHTTPConnect);
+    {
+        ScriptedPeer Stalls([](PeerConnection& APeer) { APeer.ReadHead(), APeer.WaitForEnd(); });
+        EXPECT_THROW(Client.Request(httpGET, Url(Stalls.Port()), false), EZnHTTPTimeOut);
+    }
+    {
+        ScriptedPeer Cuts([](PeerConnection& APeer) {
+            APeer.ReadHead();
+            APeer.Send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nshort");
+        });
+        const auto Response = Client.Request(httpGET, Url(Cuts.Port()), true);
+        EXPECT_THROW(Response->GetResponse(), EZnHTTPClientApiException);
+    }
+    {
+        ScriptedPeer Babbles([](PeerConnection& APeer) {
+            APeer.ReadHead();
+            APeer.Send("HTTP/1.1 200 OK\r\n");
+            while (APeer.Send("X: 1\r\n"))
+                ;
+        });
+        EXPECT_THROW(Client.Request(httpGET, Url(Babbles.Port()), false), EZnHTTPClientApiException);
+    }
+}
