@@ -1,8 +1,5 @@
 #include "platform/httpclient/Transfer.h"
 
-#include <algorithm>
-#include <limits>
-
 #include "platform/errors/Errors.h"
 #include "platform/httpclient/Challenges.h"
 
@@ -79,8 +76,9 @@ bool Transfer::Open()
 {
     FMulti = curl_multi_init();
     FEasy = curl_easy_init();
-    if (FMulti == nullptr || FEasy == nullptr)
+    if (FMulti == nullptr || FEasy == nullptr || !FSockets.IsGood())
         return false;
+    FSockets.Attach(FMulti);
     SetLastingOptions();
     SetTlsOptions();
     return true;
@@ -219,6 +217,7 @@ void Transfer::SetCookies(const TransferPlan& APlan)
 {
     if (FApplied.EngineCookies != APlan.EngineCookies) {
         FApplied.EngineCookies = APlan.EngineCookies;
+        Set(CURLOPT_COOKIEFILE, APlan.EngineCookies ? "" : nullptr); // turns the cookies on, without a file
         Set(CURLOPT_SHARE, APlan.EngineCookies ? FCookies : nullptr);
     }
     if (FApplied.Cookies || !APlan.Cookies.empty()) {
@@ -261,29 +260,22 @@ template <class Goal>
 std::uint32_t Transfer::DriveUntil(Goal AReached)
 {
     FMoved = true; // the time in which nobody waited doesn't count
-    while (!AReached()) {
+    CURLMcode Code = FSockets.Run();
+    for (;;) {
+        if (Code != CURLM_OK)
+            return ERROR_WINHTTP_INTERNAL_ERROR;
+        if (!FComplete && FSockets.Running() == 0)
+            TakeResult();
+        if (AReached())
+            return NO_ERROR;
         if (FComplete)
             return FError;
-        if (const std::uint32_t Error = Step())
-            return Error;
-        if (FComplete || AReached())
-            continue;
-        if (!WaitForNetwork())
+        if (FCancelled->load())
+            return ERROR_WINHTTP_OPERATION_CANCELLED;
+        if (IsTimeUp())
             return ERROR_WINHTTP_TIMEOUT;
+        Code = FSockets.Wait(FDeadline);
     }
-    return NO_ERROR;
-}
-
-std::uint32_t Transfer::Step()
-{
-    if (FCancelled->load())
-        return ERROR_WINHTTP_OPERATION_CANCELLED;
-    int Running = 0;
-    if (curl_multi_perform(FMulti, &Running) != CURLM_OK)
-        return ERROR_WINHTTP_INTERNAL_ERROR;
-    if (Running == 0)
-        TakeResult();
-    return NO_ERROR;
 }
 
 std::uint32_t Transfer::WaitForHead()
@@ -311,22 +303,18 @@ bool Transfer::HeadIsIn() const
     return Body.WasGivenWhole();
 }
 
-/// False when the time is up. libcurl's own clock ends the connecting.
-bool Transfer::WaitForNetwork()
+/// Sets the deadline anew whenever bytes moved. libcurl's own clock ends the connecting.
+bool Transfer::IsTimeUp()
 {
-    const std::uint32_t Limit = this->Limit();
-    int Time = std::numeric_limits<int>::max();
-    if (!IsForEver(Limit)) {
-        const auto Now = Clock::now();
-        if (FMoved)
-            FDeadline = Now + std::chrono::milliseconds(Limit);
-        if (Now >= FDeadline)
-            return false;
-        Time = static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(FDeadline - Now).count());
-    }
+    if (!FMoved)
+        return FDeadline && Clock::now() >= *FDeadline;
+    const std::uint32_t Milliseconds = Limit();
+    if (IsForEver(Milliseconds))
+        FDeadline.reset();
+    else
+        FDeadline = Clock::now() + std::chrono::milliseconds(Milliseconds);
     FMoved = false;
-    curl_multi_poll(FMulti, nullptr, 0, Time, nullptr);
-    return true;
+    return false;
 }
 
 std::uint32_t Transfer::Limit() const

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -12,6 +13,7 @@
 
 #include "platform/httpclient/OutgoingBody.h"
 #include "platform/httpclient/ResponseHead.h"
+#include "platform/httpclient/Sockets.h"
 #include "platform/httpclient/Tls.h"
 
 namespace Zn::HttpClient
@@ -96,10 +98,10 @@ public:
     /// Lets go of plan and response; closes the connection where the response isn't complete.
     void End();
 
-    void Wake() { curl_multi_wakeup(FMulti); }
+    void Wake() { FSockets.Wake(); }
 
 private:
-    using Clock = std::chrono::steady_clock;
+    using Clock = Sockets::Clock;
     enum class Phase { Connecting, Sending, Receiving };
 
     Transfer(const TlsPolicy& APolicy, CURLSH* ACookies) : FPolicy(APolicy), FCookies(ACookies) {}
@@ -126,8 +128,7 @@ private:
 
     template <class Goal>
     std::uint32_t DriveUntil(Goal AReached);
-    std::uint32_t Step();
-    bool WaitForNetwork();
+    bool IsTimeUp();
     std::uint32_t Limit() const;
     void TakeResult();
     void Finish(CURLcode AResult);
@@ -147,6 +148,7 @@ private:
 
     const TlsPolicy FPolicy;
     CURLSH* const FCookies;
+    Sockets FSockets;
     CURLM* FMulti = nullptr;
     CURL* FEasy = nullptr;
     TlsChecks FChecks{FPolicy};
@@ -174,7 +176,7 @@ private:
     const TransferPlan* FPlan = nullptr;
     Incoming* FIncoming = nullptr;
     const std::atomic<bool>* FCancelled = nullptr;
-    Clock::time_point FDeadline;
+    std::optional<Clock::time_point> FDeadline; // none: for ever
     Phase FPhase = Phase::Connecting;
     bool FActive = false;    // libcurl has it
     bool FMoved = false;     // bytes passed since the deadline was set

@@ -43,8 +43,9 @@ inline constexpr std::uint32_t WINHTTP_FLAG_ESCAPE_DISABLE_QUERY = 0x00000080; /
 inline constexpr std::uint32_t WINHTTP_FLAG_BYPASS_PROXY_CACHE = 0x00000100;   // adds "Pragma: no-cache"
 inline constexpr std::uint32_t WINHTTP_FLAG_REFRESH = WINHTTP_FLAG_BYPASS_PROXY_CACHE;
 
-// WinHttpAddRequestHeaders: what becomes of a header that is there already. None of them is an error (183)
-// when there is one; ADD with REPLACE adds a missing one, REPLACE with an empty value removes.
+// WinHttpAddRequestHeaders: what becomes of a header that is there already. ADD alone adds a further line,
+// ADD with REPLACE adds what is missing, REPLACE with an empty value removes. A line of "Cookie" goes out in
+// one field with the engine's own cookies.
 inline constexpr std::uint32_t WINHTTP_ADDREQ_FLAG_ADD_IF_NEW = 0x10000000; // 183 when there is one
 inline constexpr std::uint32_t WINHTTP_ADDREQ_FLAG_ADD = 0x20000000;
 inline constexpr std::uint32_t WINHTTP_ADDREQ_FLAG_COALESCE_WITH_COMMA = 0x40000000;
@@ -150,8 +151,8 @@ struct TZnHttpBodySource
     /// Writes at most ASize bytes and gives their count; 0 at the end; -1 when it can't: the send ends
     /// with 30. Fewer than TotalLength in all: the send ends with 30, too; more are not asked for.
     std::int64_t (*Read)(void* AContext, void* ABuffer, std::size_t ASize);
-    /// Back to the first byte: for the second send, a redirect, an answered challenge. false (or no function)
-    /// ends the send with 12032, before anything else is sent.
+    /// Back to the first byte: for the second send, a redirect, an answered challenge, a kept connection that
+    /// had died. false (or no function, nullptr) ends the send with 30, too.
     bool (*Rewind)(void* AContext);
 };
 inline constexpr std::uint64_t ZN_BODY_LENGTH_UNKNOWN = ~std::uint64_t{0};
