@@ -82,7 +82,7 @@ TEST_F(Client, ConnectWithATimeLeavesAClientThatMayAskAtOnce)
         Another.SetPipeName(cPipe);
         SetEcho(Another);
         Another.Start();
-        Started = true;
+        Started = PumpUntil([&] { return PipeExists(); });
         PumpUntil([&] { return Ending.load(); });
     });
     while (!Started)
@@ -99,6 +99,7 @@ TEST_F(Client, WithoutReconnectALostConnectionEnds)
 {
     Own().SetAutoReconnect(false);
     Server.Start();
+    ASSERT_TRUE(PumpUntil([&] { return PipeExists(); }));
     Own().Connect(cLimit);
     EXPECT_TRUE(PumpUntil([&] { return Server.GetConnections().GetCount() == 1; }));
     EXPECT_TRUE(PumpUntil([&] { return ClientLog.Has("status 2"); }));

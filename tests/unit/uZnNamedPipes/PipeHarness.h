@@ -107,6 +107,8 @@ protected:
         Client.Connect(-1);
         ASSERT_TRUE(PumpUntil([&] { return ServerLog.Has("connected") && ClientLog.Has("connected"); }));
     }
+    /// A started server's instance is made by its own thread.
+    bool PipeExists() const { return std::filesystem::exists(Pipes.Folder() + "/" + cPipe); }
     TZnNamedPipeConnectionID ServersID() { return Server.GetConnections().GetConnection(0)->GetID(); }
 
     Zn::TemporaryPipes Pipes;

@@ -1,5 +1,6 @@
 /// A connection's thread: one message after the other is read, recognised and dispatched.
 
+#include <algorithm>
 #include <limits>
 
 #include "common/System.h"
@@ -11,13 +12,19 @@
 namespace
 {
 
-/// Room for one more chunk behind what is there.
-void GrowByChunk(PZnMemoryBuffer& ABuffer, std::uint32_t AChunk)
+/// Room for one more chunk behind what is there. A long message's room grows by half of what has come,
+/// so that it isn't moved for every chunk and a sender pays for what is allocated.
+void GrowByChunk(PZnMemoryBuffer& ABuffer, std::uint64_t& ARoom, std::uint32_t AChunk)
 {
+    constexpr std::uint64_t cMost = std::numeric_limits<std::uint32_t>::max();
     const std::uint32_t Size = ABuffer ? ABuffer->Size : 0;
-    if (Size > std::numeric_limits<std::uint32_t>::max() - AChunk)
+    const std::uint64_t Needed = std::uint64_t(Size) + AChunk;
+    if (Needed > cMost)
         throw EOutOfMemory();
-    ZnReallocateMem(ABuffer, Size + AChunk);
+    if (Needed > ARoom) {
+        ARoom = std::min(cMost, Needed + Size / 2);
+        ZnReallocateMem(ABuffer, static_cast<std::uint32_t>(ARoom));
+    }
     ABuffer->Size = Size;
 }
 
@@ -70,10 +77,11 @@ PZnMemoryBuffer TZnNamedPipeConnection::ReadData()
     FReadEvent.ResetEvent();
     const std::uint32_t Chunk = FOwner->FOutputBufferSize;
     PZnMemoryBuffer Buffer = nullptr;
+    std::uint64_t Room = 0;
     try {
         bool IsComplete = false;
         do {
-            GrowByChunk(Buffer, Chunk);
+            GrowByChunk(Buffer, Room, Chunk);
             std::byte* const Place = Buffer->Bytes() + Buffer->Size;
             const THandle Handle = FPipeHandle;
             if (FNetworkCheck)
