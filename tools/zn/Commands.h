@@ -18,6 +18,7 @@ inline constexpr int cExitUsage = 2;   // it was asked for wrongly
 /// Adds the command with its options; running it sets AExitCode, which has to outlive AApp's parse.
 void AddConfigCommand(CLI::App& AApp, int& AExitCode);
 void AddFirewallCommand(CLI::App& AApp, int& AExitCode);
+void AddPipeCommand(CLI::App& AApp, int& AExitCode);
 /// request, and get, head, post, put, delete and options.
 void AddRequestCommands(CLI::App& AApp, int& AExitCode);
 void AddServeCommand(CLI::App& AApp, int& AExitCode);

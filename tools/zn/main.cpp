@@ -10,6 +10,7 @@ int main(int argc, char** argv)
     CLI::App App("Network components from a shell", "zn");
     App.set_version_flag("--version", ZN_VERSION);
     App.require_subcommand(1);
+    Zn::AddPipeCommand(App, ExitCode);
     Zn::AddServeCommand(App, ExitCode);
     Zn::AddRequestCommands(App, ExitCode);
     Zn::AddUsersCommand(App, ExitCode);
