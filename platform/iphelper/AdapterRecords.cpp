@@ -125,14 +125,6 @@ std::size_t RecordSize(const Zn::TAdapter& AAdapter)
            (AAdapter.Gateways.size() + AAdapter.NameServers.size()) * cServerSize;
 }
 
-/// The part of a sorted list that is about interface AIndex.
-template <typename T>
-std::span<const T> EntriesOf(const std::vector<T>& AList, int AIndex)
-{
-    const auto Range = std::ranges::equal_range(AList, AIndex, {}, &T::Index);
-    return {Range.begin(), Range.end()};
-}
-
 } // namespace
 
 std::vector<Zn::TAdapter> Zn::AdaptersOf(const TSnapshot& ASnapshot, const std::vector<TNameServer>& AServers,

@@ -152,7 +152,7 @@ std::vector<Zn::TAnyAddress> Zn::NameServersOf(int AIndex, const std::vector<TNa
                                                const TSnapshot& ASnapshot)
 {
     const bool HasGateway = std::ranges::binary_search(ASnapshot.Gateways, AIndex, {}, &TGateway::Index);
-    const auto Addresses = std::ranges::equal_range(ASnapshot.Addresses, AIndex, {}, &TUnicast::Index);
+    const std::span<const TUnicast> Addresses = EntriesOf(ASnapshot.Addresses, AIndex);
     std::vector<TAnyAddress> Result;
     for (const TNameServer& Server : AServers) {
         const auto Reaches = [&](const TUnicast& AAddress) { return SharesPrefix(AAddress, Server.Address); };

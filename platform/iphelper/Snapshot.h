@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <span>
 #include <vector>
 
 #include "platform/iphelper/Adapters.h"
@@ -16,6 +18,15 @@ struct TSnapshot
     std::vector<TUnicast> Addresses;
     std::vector<TGateway> Gateways;
 };
+
+/// The part of a list that is about interface AIndex.
+template <typename T>
+std::span<const T> EntriesOf(const std::vector<T>& AList, int AIndex)
+{
+    const auto First = std::ranges::lower_bound(AList, AIndex, {}, &T::Index);
+    const auto Last = std::ranges::upper_bound(AList, AIndex, {}, &T::Index);
+    return {First, Last};
+}
 
 /// Reads the kernel's tables, again when they changed meanwhile. 0, or an errno.
 int ReadSnapshot(TSnapshot& ASnapshot);
