@@ -183,7 +183,8 @@ Zn::TInterfaceTable::TChanges Zn::TInterfaceTable::Replace(const TSnapshot& ASna
     }
     for (const int Index : Gone)
         RemoveLink(Index, Changes);
-    for (auto& [Index, Entry] : Entries) {
+    for (auto& [Index, Fresh] : Entries) {
+        TEntry& Entry = Fresh; // a lambda can't take the name above with it
         const TEntry Old = std::move(FEntries[Index]);
         const bool LinkDiffers = Differs(Old.Link, Entry.Link);
         const auto FamilyDiffers = [&](std::uint16_t AFamily) {

@@ -46,7 +46,7 @@ Zn::TBusReply Zn::TSystemBus::Failed(std::uint32_t& AError)
 
 Zn::TBusReply Zn::TSystemBus::Send(sd_bus_message* ARequest, std::uint32_t& AError)
 {
-    sd_bus_error Failure = SD_BUS_ERROR_NULL;
+    sd_bus_error Failure{};
     sd_bus_message* Reply = nullptr;
     const int Result = sd_bus_call(FBus, ARequest, 0, &Failure, &Reply);
     if (Result < 0) {
