@@ -222,7 +222,7 @@ bool Request::TakesBody() const
 void Request::MakePlan()
 {
     const Session& Owner = FConnection->Owner();
-    FPlan.Url = FUrl.Text();
+    FUrl.WriteTo(FPlan.Url);
     FPlan.WholeTarget = FUrl.Target == "*" ? std::string_view("*") : std::string_view();
     FPlan.Verb = FVerb;
     FPlan.Kind = TransferPlan::Shape::Plain;
@@ -251,7 +251,6 @@ void Request::MakeFieldList()
     FPlan.Cookies.clear();
     const auto& Given = FFields.Fields();
     FFieldList.reserve(Given.size() + 6);
-    FEmptyFields.reserve(Given.size());
     bool HasAgent = false;
     bool HasAccept = false;
     bool HasType = false;
@@ -465,6 +464,7 @@ void Request::Drain()
 std::uint32_t Request::MoreData()
 {
     if (FTransfer && FIncoming.Available() == 0) {
+        FPlan.Patience = FSettings.Patience; // may have been set anew since the send
         const std::uint32_t Error = FTransfer->WaitForBody();
         FBodyError = FTransfer->IsComplete() ? FTransfer->Result() : Error;
         if (Error != NO_ERROR || FTransfer->IsComplete())

@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <list>
 #include <memory>
 #include <span>
 #include <string>
@@ -141,7 +142,7 @@ private:
     OutgoingBody FBody ZN_GUARDED_BY(FLock);
     TransferPlan FPlan ZN_GUARDED_BY(FLock);
     std::vector<curl_slist> FFieldList ZN_GUARDED_BY(FLock);
-    std::vector<std::string> FEmptyFields ZN_GUARDED_BY(FLock);
+    std::list<std::string> FEmptyFields ZN_GUARDED_BY(FLock);
     Incoming FIncoming ZN_GUARDED_BY(FLock);
     bool FHasResponse ZN_GUARDED_BY(FLock) = false;
     std::uint32_t FBodyError ZN_GUARDED_BY(FLock) = 0;

@@ -10,6 +10,9 @@ namespace Zn::HttpClient
 namespace
 {
 
+constexpr std::size_t cUsualLength = 512;
+constexpr std::size_t cUsualFields = 16;
+
 std::string_view WithoutLineEnd(std::string_view ALine)
 {
     if (ALine.ends_with('\n'))
@@ -74,6 +77,8 @@ std::uint32_t ResponseHead::AddStatusLine(std::string_view ALine)
     if (Status < 100 || (!Rest.empty() && Rest.front() != ' '))
         return ERROR_WINHTTP_INVALID_SERVER_RESPONSE;
     FStatus = Status;
+    FText.reserve(cUsualLength);
+    FFields.reserve(cUsualFields);
     FText.append(ALine).append("\r\n");
     const std::string_view Kept(FText);
     FVersion = PieceOf(Kept.substr(0, Blank));

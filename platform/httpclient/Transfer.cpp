@@ -9,7 +9,7 @@ namespace Zn::HttpClient
 namespace
 {
 
-constexpr std::size_t cReceiveSize = 64 * 1024;       // what libcurl reads at once
+constexpr std::size_t cReceiveSize = 16 * 1024; // what libcurl reads at once; more only leaves the caches
 constexpr std::size_t cMaxWaiting = 2 * cReceiveSize; // of a body that nobody reads yet
 constexpr std::size_t cMaxInOnePiece = 60 * 1024;     // a body that leaves together with the head
 constexpr long cUploadSize = 128 * 1024;

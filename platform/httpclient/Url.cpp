@@ -64,17 +64,39 @@ std::string PartOf(CURLU* AUrl, CURLUPart APart)
 
 std::string Origin::Authority() const
 {
-    return Port == DefaultPort(Secure) ? Host : Host + ':' + std::to_string(Port);
+    return Text().substr(Secure ? 8 : 7);
 }
 
 std::string Origin::Text() const
 {
-    return (Secure ? "https://" : "http://") + Authority();
+    std::string Result(Secure ? "https://" : "http://");
+    AppendTo(Result);
+    return Result;
+}
+
+void Origin::AppendTo(std::string& AText) const
+{
+    AText += Host;
+    if (Port == DefaultPort(Secure))
+        return;
+    std::array<char, 8> Digits{':'};
+    const auto End = std::to_chars(Digits.data() + 1, Digits.data() + Digits.size(), Port).ptr;
+    AText.append(Digits.data(), End);
+}
+
+void Url::WriteTo(std::string& AText) const
+{
+    AText.assign(Origin.Secure ? "https://" : "http://");
+    Origin.AppendTo(AText);
+    AText += Target == "*" ? std::string_view("/") : std::string_view(Target);
 }
 
 std::string Url::Text() const
 {
-    return Origin.Text() + (Target == "*" ? std::string("/") : Target);
+    std::string Result;
+    Result.reserve(Origin.Host.size() + Target.size() + 16);
+    WriteTo(Result);
+    return Result;
 }
 
 std::string HostForUrl(std::string_view AHost)

@@ -20,6 +20,7 @@ struct Origin
     std::string Text() const;
     /// "host" or "host:port", as Host has it.
     std::string Authority() const;
+    void AppendTo(std::string& AText) const; // the same
 };
 
 struct Url
@@ -28,6 +29,7 @@ struct Url
     std::string Target; // "/path?query", or "*"
 
     std::string Text() const;
+    void WriteTo(std::string& AText) const; // the same
 };
 
 /// A host as it was given, made fit for a URL; empty where no host can have it (RFC 3986, 3.2.2).

@@ -1,6 +1,5 @@
 #include "platform/winhttp/Calls.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "platform/text/Unicode.h"
@@ -22,13 +21,23 @@ bool IsUtf8(std::string_view ABytes)
     return true;
 }
 
-std::u16string WidenBytes(std::string_view ABytes)
+/// Where ABytes has a byte for each character that it stands for.
+bool IsBytewise(std::string_view ABytes)
 {
-    std::u16string Result(ABytes.size(), u'\0');
-    std::ranges::transform(ABytes, Result.begin(), [](char AChar) {
-        return static_cast<char16_t>(static_cast<unsigned char>(AChar));
-    });
-    return Result;
+    unsigned char All = 0;
+    for (const char Each : ABytes)
+        All |= static_cast<unsigned char>(Each);
+    return All < 0x80 || !IsUtf8(ABytes);
+}
+
+/// ABuffer may stand anywhere.
+void PutUnits(std::string_view ABytes, void* ABuffer)
+{
+    auto* Out = static_cast<char*>(ABuffer);
+    for (std::size_t At = 0; At < ABytes.size(); ++At) {
+        const auto Unit = static_cast<char16_t>(static_cast<unsigned char>(ABytes[At]));
+        std::memcpy(Out + At * sizeof(Unit), &Unit, sizeof(Unit));
+    }
 }
 
 } // namespace
@@ -42,23 +51,21 @@ std::string Narrow(const char16_t* AText, std::uint32_t ALength)
     return Utf8FromUtf16({AText, Length});
 }
 
-std::u16string Widen(std::string_view ABytes)
+std::uint32_t PutText(std::string_view ABytes, void* ABuffer, std::uint32_t& ASize)
 {
-    const bool Ascii = std::ranges::all_of(ABytes, [](char AChar) { return (AChar & 0x80) == 0; });
-    return Ascii || !IsUtf8(ABytes) ? WidenBytes(ABytes) : Utf16FromUtf8(ABytes);
-}
-
-std::uint32_t PutText(std::u16string_view AText, void* ABuffer, std::uint32_t& ASize)
-{
+    const bool Bytewise = IsBytewise(ABytes);
+    const std::u16string Wide = Bytewise ? std::u16string() : Utf16FromUtf8(ABytes);
+    const std::size_t Size = (Bytewise ? ABytes.size() : Wide.size()) * sizeof(char16_t);
     const std::uint32_t Room = ABuffer == nullptr ? 0 : ASize;
-    const auto Size = static_cast<std::uint32_t>(AText.size() * sizeof(char16_t));
-    if (Room < Size + sizeof(char16_t)) {
-        ASize = Size + sizeof(char16_t);
+    const bool Fits = Room >= Size + sizeof(char16_t);
+    ASize = static_cast<std::uint32_t>(Fits ? Size : Size + sizeof(char16_t));
+    if (!Fits)
         return ERROR_INSUFFICIENT_BUFFER;
-    }
-    std::memcpy(ABuffer, AText.data(), Size);
+    if (Bytewise)
+        PutUnits(ABytes, ABuffer);
+    else
+        std::memcpy(ABuffer, Wide.data(), Size);
     std::memset(static_cast<char*>(ABuffer) + Size, 0, sizeof(char16_t));
-    ASize = Size;
     return NO_ERROR;
 }
 

@@ -118,9 +118,8 @@ bool WinHttpCloseHandle(HINTERNET AHandle)
     return Run([&]() -> std::uint32_t {
         // Handles of other services stand in the same table; they aren't this one's to close.
         const std::shared_ptr<KernelObject> Object = LookupHandle(NumberOf(AHandle));
-        const bool Ours = std::dynamic_pointer_cast<Request>(Object) != nullptr ||
-                          std::dynamic_pointer_cast<Connection>(Object) != nullptr ||
-                          std::dynamic_pointer_cast<Session>(Object) != nullptr;
+        const bool Ours = As<Request>(Object) != nullptr || As<Connection>(Object) != nullptr ||
+                          As<Session>(Object) != nullptr;
         return Ours && CloseHandle(NumberOf(AHandle)) ? NO_ERROR : ERROR_INVALID_HANDLE;
     });
 }
@@ -130,14 +129,14 @@ HINTERNET WinHttpConnect(HINTERNET ASession, const char16_t* AServerName, INTERN
 {
     HINTERNET Result = nullptr;
     Run([&]() -> std::uint32_t {
-        std::uint32_t Error = NO_ERROR;
-        auto Owner = ObjectOf<Session>(ASession, Error);
-        if (!Owner)
-            return Error;
+        const std::shared_ptr<KernelObject> Object = LookupHandle(NumberOf(ASession));
+        if (As<Session>(Object) == nullptr)
+            return ErrorOfHandle(Object);
         std::string Host = HttpClient::HostForUrl(Narrow(AServerName));
         if (Host.empty())
             return ERROR_WINHTTP_INVALID_URL;
-        Result = HandleFor(std::make_shared<Connection>(std::move(Owner), std::move(Host), APort));
+        Result = HandleFor(
+            std::make_shared<Connection>(std::static_pointer_cast<Session>(Object), std::move(Host), APort));
         return Result == nullptr ? GetLastError() : NO_ERROR;
     });
     return Result;
@@ -149,10 +148,9 @@ HINTERNET WinHttpOpenRequest(HINTERNET AConnection, const char16_t* AVerb, const
 {
     HINTERNET Result = nullptr;
     Run([&]() -> std::uint32_t {
-        std::uint32_t Error = NO_ERROR;
-        auto Owner = ObjectOf<Connection>(AConnection, Error);
-        if (!Owner)
-            return Error;
+        const std::shared_ptr<KernelObject> Object = LookupHandle(NumberOf(AConnection));
+        if (As<Connection>(Object) == nullptr)
+            return ErrorOfHandle(Object);
         Request::Line Line;
         Line.Verb = AVerb == nullptr || *AVerb == 0 ? "GET" : Narrow(AVerb);
         Line.Target = TargetFor(Line.Verb, AObjectName, AFlags);
@@ -163,8 +161,9 @@ HINTERNET WinHttpOpenRequest(HINTERNET AConnection, const char16_t* AVerb, const
             return ERROR_INVALID_PARAMETER;
         if (Line.Target.empty())
             return ERROR_WINHTTP_INVALID_URL;
-        auto Opened = std::make_shared<Request>(std::move(Owner), std::move(Line));
-        Error = AddFirstFields(*Opened, Narrow(AReferrer), Joined(AAcceptTypes), AFlags);
+        auto Opened =
+            std::make_shared<Request>(std::static_pointer_cast<Connection>(Object), std::move(Line));
+        const std::uint32_t Error = AddFirstFields(*Opened, Narrow(AReferrer), Joined(AAcceptTypes), AFlags);
         if (Error != NO_ERROR)
             return Error;
         Result = HandleFor(std::move(Opened));

@@ -43,6 +43,8 @@ constexpr std::uint32_t cForgivable =
 
 std::uint32_t Disable(Settings& ASettings, std::uint32_t AFeatures)
 {
+    if (AFeatures > 15)
+        return ERROR_INVALID_PARAMETER;
     if ((AFeatures & WINHTTP_DISABLE_COOKIES) != 0)
         ASettings.Cookies = false;
     if ((AFeatures & WINHTTP_DISABLE_REDIRECTS) != 0)
@@ -51,10 +53,10 @@ std::uint32_t Disable(Settings& ASettings, std::uint32_t AFeatures)
         ASettings.Authentication = false;
     if ((AFeatures & WINHTTP_DISABLE_KEEP_ALIVE) != 0)
         ASettings.KeepAlive = false;
-    return AFeatures <= 15 ? NO_ERROR : ERROR_INVALID_PARAMETER;
+    return NO_ERROR;
 }
 
-/// Options whose value is a number. 12009 for what is none of them.
+/// Options whose value is a number. 12009 for what is none of them; a refused value changes nothing.
 std::uint32_t SetNumber(Settings& ASettings, std::uint32_t AOption, std::uint32_t AValue)
 {
     switch (AOption) {
@@ -70,16 +72,22 @@ std::uint32_t SetNumber(Settings& ASettings, std::uint32_t AOption, std::uint32_
         ASettings.Patience.Receive = AValue;
         return NO_ERROR;
     case WINHTTP_OPTION_SECURITY_FLAGS:
-        ASettings.Tls.Forgiven = AValue & cForgivable;
-        return (AValue & ~cForgivable) == 0 ? NO_ERROR : ERROR_INVALID_PARAMETER;
+        if ((AValue & ~cForgivable) != 0)
+            return ERROR_INVALID_PARAMETER;
+        ASettings.Tls.Forgiven = AValue;
+        return NO_ERROR;
     case WINHTTP_OPTION_DISABLE_FEATURE:
         return Disable(ASettings, AValue);
     case WINHTTP_OPTION_AUTOLOGON_POLICY:
+        if (AValue > 2)
+            return ERROR_INVALID_PARAMETER;
         ASettings.AutologonPolicy = AValue;
-        return AValue <= 2 ? NO_ERROR : ERROR_INVALID_PARAMETER;
+        return NO_ERROR;
     case WINHTTP_OPTION_ENABLE_FEATURE:
-        ASettings.Tls.Revocation = AValue == WINHTTP_ENABLE_SSL_REVOCATION;
-        return AValue == WINHTTP_ENABLE_SSL_REVOCATION ? NO_ERROR : ERROR_INVALID_PARAMETER;
+        if (AValue != WINHTTP_ENABLE_SSL_REVOCATION)
+            return ERROR_INVALID_PARAMETER;
+        ASettings.Tls.Revocation = true;
+        return NO_ERROR;
     case WINHTTP_OPTION_SECURE_PROTOCOLS:
         if ((AValue & (HttpClient::Tls12 | HttpClient::Tls13)) == 0)
             return ERROR_NOT_SUPPORTED;
@@ -118,19 +126,11 @@ std::uint32_t SetCommon(Settings& ASettings, std::uint32_t AOption, const Value&
         return AValue.Take(Limits) ? SetLimits(ASettings, Limits) : ERROR_INVALID_PARAMETER;
     }
     std::uint32_t Number = 0;
-    const bool IsNumber = AValue.Take(Number);
-    const std::uint32_t Error = SetNumber(ASettings, AOption, Number);
-    return Error == NO_ERROR && !IsNumber ? ERROR_INVALID_PARAMETER : Error;
-}
-
-/// Into a copy first, so that a refused value changes nothing.
-std::uint32_t Change(Settings& ASettings, std::uint32_t AOption, const Value& AValue)
-{
-    Settings Changed = ASettings;
-    const std::uint32_t Error = SetCommon(Changed, AOption, AValue);
-    if (Error == NO_ERROR)
-        ASettings = std::move(Changed);
-    return Error;
+    if (AValue.Take(Number))
+        return SetNumber(ASettings, AOption, Number);
+    Settings Scratch; // tells an unknown option from a known one without its value
+    return SetNumber(Scratch, AOption, 0) == ERROR_WINHTTP_INVALID_OPTION ? ERROR_WINHTTP_INVALID_OPTION
+                                                                          : ERROR_INVALID_PARAMETER;
 }
 
 std::uint32_t SetBodySource(Request& ARequest, const Value& AValue)
@@ -154,7 +154,7 @@ std::uint32_t SetOn(Request& ARequest, std::uint32_t AOption, const Value& AValu
         return ERROR_WINHTTP_OPTION_NOT_SETTABLE;
     default:
         return ARequest.ChangeSettings(
-            [&](Settings& ASettings) { return Change(ASettings, AOption, AValue); });
+            [&](Settings& ASettings) { return SetCommon(ASettings, AOption, AValue); });
     }
 }
 
@@ -165,7 +165,7 @@ std::uint32_t SetOn(Session& ASession, std::uint32_t AOption, const Value& AValu
         if (AOption == ZN_OPTION_CA_FILE)
             ASettings.Tls.AuthoritiesFile = AValue.Text();
         else
-            Error = Change(ASettings, AOption, AValue);
+            Error = SetCommon(ASettings, AOption, AValue);
     });
     return Error;
 }
@@ -230,7 +230,7 @@ std::uint32_t QueryOn(Request& ARequest, std::uint32_t AOption, void* ABuffer, s
     if (AOption == WINHTTP_OPTION_URL) {
         std::string Address;
         const std::uint32_t Error = ARequest.Address(Address);
-        return Error == NO_ERROR ? PutText(Widen(Address), ABuffer, ASize) : Error;
+        return Error == NO_ERROR ? PutText(Address, ABuffer, ASize) : Error;
     }
     return ARequest.ChangeSettings(
         [&](const Settings& ASettings) { return QueryIn(ASettings, AOption, ABuffer, ASize); });
@@ -243,11 +243,11 @@ bool WinHttpSetOption(HINTERNET AHandle, std::uint32_t AOption, const void* ABuf
     return Run([&]() -> std::uint32_t {
         const std::shared_ptr<KernelObject> Object = LookupHandle(NumberOf(AHandle));
         const Value Given{ABuffer, ASize};
-        if (auto* Target = dynamic_cast<Request*>(Object.get()))
+        if (auto* Target = As<Request>(Object))
             return SetOn(*Target, AOption, Given);
-        if (auto* Target = dynamic_cast<Session*>(Object.get()))
+        if (auto* Target = As<Session>(Object))
             return SetOn(*Target, AOption, Given);
-        if (auto* Target = dynamic_cast<Connection*>(Object.get()))
+        if (auto* Target = As<Connection>(Object))
             return SetOn(*Target, AOption, Given);
         return ERROR_INVALID_HANDLE;
     });
@@ -259,11 +259,11 @@ bool WinHttpQueryOption(HINTERNET AHandle, std::uint32_t AOption, void* ABuffer,
         const std::shared_ptr<KernelObject> Object = LookupHandle(NumberOf(AHandle));
         if (ASize == nullptr)
             return ERROR_INVALID_PARAMETER;
-        if (auto* Target = dynamic_cast<Request*>(Object.get()))
+        if (auto* Target = As<Request>(Object))
             return QueryOn(*Target, AOption, ABuffer, *ASize);
-        if (const auto* Target = dynamic_cast<const Session*>(Object.get()))
+        if (const auto* Target = As<Session>(Object))
             return QueryIn(Target->Defaults(), AOption, ABuffer, *ASize);
-        if (const auto* Target = dynamic_cast<const Connection*>(Object.get()))
+        if (const auto* Target = As<Connection>(Object))
             return QueryIn(Target->Defaults(), AOption, ABuffer, *ASize);
         return ERROR_INVALID_HANDLE;
     });

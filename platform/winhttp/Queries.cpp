@@ -27,59 +27,16 @@ std::string WithZeros(std::string_view AHead)
     return Result;
 }
 
-/// The part of a response's head that a level names.
-std::uint32_t PartOfResponse(const ResponseHead& AHead, std::uint32_t ALevel, std::string_view AName,
-                             std::uint32_t AIndex, std::string& AResult)
+/// One question: what, and where the answer goes.
+struct Question
 {
-    std::optional<std::string_view> Part;
-    switch (ALevel) {
-    case WINHTTP_QUERY_VERSION:
-        Part = AHead.Version();
-        break;
-    case WINHTTP_QUERY_STATUS_CODE:
-        Part = AHead.Raw().substr(AHead.Version().size() + 1, 3);
-        break;
-    case WINHTTP_QUERY_STATUS_TEXT:
-        Part = AHead.Reason();
-        break;
-    case WINHTTP_QUERY_RAW_HEADERS:
-        AResult = WithZeros(AHead.Raw());
-        return NO_ERROR;
-    case WINHTTP_QUERY_RAW_HEADERS_CRLF:
-        Part = AHead.Raw();
-        break;
-    case WINHTTP_QUERY_CONTENT_LENGTH:
-        Part = AHead.Find("Content-Length", AIndex);
-        break;
-    case WINHTTP_QUERY_CUSTOM:
-        Part = AHead.Find(AName, AIndex);
-        break;
-    default:
-        return ERROR_WINHTTP_INVALID_QUERY_REQUEST;
-    }
-    if (!Part)
-        return ERROR_WINHTTP_HEADER_NOT_FOUND;
-    AResult = *Part;
-    return NO_ERROR;
-}
-
-std::uint32_t PartOfRequest(Request& ARequest, std::uint32_t ALevel, std::string_view AName,
-                            std::uint32_t AIndex, std::string& AResult)
-{
-    std::uint32_t Error = NO_ERROR;
-    switch (ALevel) {
-    case WINHTTP_QUERY_RAW_HEADERS:
-        Error = ARequest.HeadText(AResult);
-        AResult = WithZeros(AResult);
-        return Error;
-    case WINHTTP_QUERY_RAW_HEADERS_CRLF:
-        return ARequest.HeadText(AResult);
-    case WINHTTP_QUERY_CUSTOM:
-        return ARequest.FieldValue(AName, AIndex, AResult);
-    default:
-        return ERROR_WINHTTP_INVALID_QUERY_REQUEST;
-    }
-}
+    std::uint32_t Level; // without modifiers
+    std::uint32_t Modifiers;
+    std::string Name; // of WINHTTP_QUERY_CUSTOM
+    std::uint32_t Index;
+    void* Buffer;
+    std::uint32_t* Size;
+};
 
 template <class T>
 std::uint32_t PutNumber(std::string_view AText, void* ABuffer, std::uint32_t& ASize)
@@ -91,13 +48,54 @@ std::uint32_t PutNumber(std::string_view AText, void* ABuffer, std::uint32_t& AS
     return PutValue(&Value, sizeof(Value), ABuffer, ASize);
 }
 
-std::uint32_t Put(std::string_view AText, std::uint32_t AInfoLevel, void* ABuffer, std::uint32_t& ASize)
+std::uint32_t Put(std::string_view AText, const Question& AQuestion)
 {
-    if ((AInfoLevel & WINHTTP_QUERY_FLAG_NUMBER) != 0)
-        return PutNumber<std::uint32_t>(AText, ABuffer, ASize);
-    if ((AInfoLevel & WINHTTP_QUERY_FLAG_NUMBER64) != 0)
-        return PutNumber<std::uint64_t>(AText, ABuffer, ASize);
-    return PutText(Widen(AText), ABuffer, ASize);
+    if ((AQuestion.Modifiers & WINHTTP_QUERY_FLAG_NUMBER) != 0)
+        return PutNumber<std::uint32_t>(AText, AQuestion.Buffer, *AQuestion.Size);
+    if ((AQuestion.Modifiers & WINHTTP_QUERY_FLAG_NUMBER64) != 0)
+        return PutNumber<std::uint64_t>(AText, AQuestion.Buffer, *AQuestion.Size);
+    return PutText(AText, AQuestion.Buffer, *AQuestion.Size);
+}
+
+std::uint32_t PutFound(std::optional<std::string_view> AText, const Question& AQuestion)
+{
+    return AText ? Put(*AText, AQuestion) : ERROR_WINHTTP_HEADER_NOT_FOUND;
+}
+
+std::uint32_t AnswerFrom(const ResponseHead& AHead, const Question& AQuestion)
+{
+    switch (AQuestion.Level) {
+    case WINHTTP_QUERY_VERSION:
+        return Put(AHead.Version(), AQuestion);
+    case WINHTTP_QUERY_STATUS_CODE:
+        return Put(AHead.Raw().substr(AHead.Version().size() + 1, 3), AQuestion);
+    case WINHTTP_QUERY_STATUS_TEXT:
+        return Put(AHead.Reason(), AQuestion);
+    case WINHTTP_QUERY_RAW_HEADERS:
+        return Put(WithZeros(AHead.Raw()), AQuestion);
+    case WINHTTP_QUERY_RAW_HEADERS_CRLF:
+        return Put(AHead.Raw(), AQuestion);
+    case WINHTTP_QUERY_CONTENT_LENGTH:
+        return PutFound(AHead.Find("Content-Length", AQuestion.Index), AQuestion);
+    case WINHTTP_QUERY_CUSTOM:
+        return PutFound(AHead.Find(AQuestion.Name, AQuestion.Index), AQuestion);
+    default:
+        return ERROR_WINHTTP_INVALID_QUERY_REQUEST;
+    }
+}
+
+std::uint32_t AnswerFrom(Request& ARequest, const Question& AQuestion)
+{
+    std::string Text;
+    std::uint32_t Error = ERROR_WINHTTP_INVALID_QUERY_REQUEST;
+    if (AQuestion.Level == WINHTTP_QUERY_CUSTOM)
+        Error = ARequest.FieldValue(AQuestion.Name, AQuestion.Index, Text);
+    else if (AQuestion.Level == WINHTTP_QUERY_RAW_HEADERS ||
+             AQuestion.Level == WINHTTP_QUERY_RAW_HEADERS_CRLF)
+        Error = ARequest.HeadText(Text);
+    if (Error == NO_ERROR)
+        Error = Put(AQuestion.Level == WINHTTP_QUERY_RAW_HEADERS ? WithZeros(Text) : Text, AQuestion);
+    return Error;
 }
 
 } // namespace
@@ -109,17 +107,16 @@ bool WinHttpQueryHeaders(HINTERNET ARequest, std::uint32_t AInfoLevel, const cha
         const std::uint32_t Level = AInfoLevel & ~cModifiers;
         if (ASize == nullptr || (Level == WINHTTP_QUERY_CUSTOM && AName == nullptr))
             return ERROR_INVALID_PARAMETER + 0U;
-        const std::string Name = Level == WINHTTP_QUERY_CUSTOM ? Narrow(AName) : std::string();
-        const std::uint32_t Index = AIndex != nullptr ? *AIndex : 0;
-        std::string Text;
-        std::uint32_t Error = NO_ERROR;
-        if ((AInfoLevel & WINHTTP_QUERY_FLAG_REQUEST_HEADERS) != 0)
-            Error = PartOfRequest(AOwner, Level, Name, Index, Text);
-        else
-            Error = AOwner.ViewHead(
-                [&](const ResponseHead& AHead) { return PartOfResponse(AHead, Level, Name, Index, Text); });
-        if (Error == NO_ERROR)
-            Error = Put(Text, AInfoLevel, ABuffer, *ASize);
+        const Question Asked{Level,
+                             AInfoLevel & cModifiers,
+                             Level == WINHTTP_QUERY_CUSTOM ? Narrow(AName) : std::string(),
+                             AIndex != nullptr ? *AIndex : 0,
+                             ABuffer,
+                             ASize};
+        const bool OfRequest = (AInfoLevel & WINHTTP_QUERY_FLAG_REQUEST_HEADERS) != 0;
+        const std::uint32_t Error =
+            OfRequest ? AnswerFrom(AOwner, Asked)
+                      : AOwner.ViewHead([&](const ResponseHead& AHead) { return AnswerFrom(AHead, Asked); });
         if (Error == NO_ERROR && AIndex != nullptr)
             ++*AIndex;
         return Error;
