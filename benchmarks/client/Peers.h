@@ -20,3 +20,5 @@ std::unique_ptr<BenchPeer> MakeCurlPeer(std::uint16_t APort);
 /// The function set of platform/winhttp. Peers that are made from one another share a session.
 std::unique_ptr<BenchPeer> MakeFunctionsPeer(std::uint16_t APort);
 std::unique_ptr<BenchPeer> MakeFunctionsPeer(std::uint16_t APort, BenchPeer& AShared);
+/// The client component.
+std::unique_ptr<BenchPeer> MakeClientPeer(std::uint16_t APort);
