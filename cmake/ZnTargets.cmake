@@ -47,10 +47,12 @@ function(zn_program NAME)
     target_precompile_headers(${NAME} REUSE_FROM zn_pch)
 endfunction()
 
-# zn_use_modules(NAME): the program finds the library's shared objects that are loaded by name.
+# zn_use_modules(NAME [FOLDER]): the program finds the shared objects that are loaded by name, in FOLDER first.
+# DT_RPATH, as the newer DT_RUNPATH counts for the object alone that calls dlopen: a sanitizer's library does.
 function(zn_use_modules NAME)
     add_dependencies(${NAME} wlanapi)
-    set_property(TARGET ${NAME} APPEND PROPERTY BUILD_RPATH ${CMAKE_BINARY_DIR}/lib)
+    set_property(TARGET ${NAME} APPEND PROPERTY BUILD_RPATH ${ARGN} ${CMAKE_BINARY_DIR}/lib)
+    target_link_options(${NAME} PRIVATE LINKER:--disable-new-dtags)
 endfunction()
 
 # zn_test(NAME SOURCES ... USES ... [TIMEOUT SECONDS]): a GoogleTest program; one ctest entry for

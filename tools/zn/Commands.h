@@ -16,11 +16,13 @@ inline constexpr int cExitFailure = 1; // it was asked for rightly, and didn't w
 inline constexpr int cExitUsage = 2;   // it was asked for wrongly
 
 /// Adds the command with its options; running it sets AExitCode, which has to outlive AApp's parse.
+void AddAwsCommand(CLI::App& AApp, int& AExitCode);
 void AddConfigCommand(CLI::App& AApp, int& AExitCode);
 void AddFirewallCommand(CLI::App& AApp, int& AExitCode);
 void AddPipeCommand(CLI::App& AApp, int& AExitCode);
 /// request, and get, head, post, put, delete and options.
 void AddRequestCommands(CLI::App& AApp, int& AExitCode);
+void AddS3Command(CLI::App& AApp, int& AExitCode);
 void AddServeCommand(CLI::App& AApp, int& AExitCode);
 void AddTcpCommand(CLI::App& AApp, int& AExitCode);
 void AddUsersCommand(CLI::App& AApp, int& AExitCode);

@@ -18,6 +18,8 @@ int main(int argc, char** argv)
     Zn::AddTcpCommand(App, ExitCode);
     Zn::AddFirewallCommand(App, ExitCode);
     Zn::AddWlanCommand(App, ExitCode);
+    Zn::AddAwsCommand(App, ExitCode);
+    Zn::AddS3Command(App, ExitCode);
     try {
         App.parse(argc, argv);
     } catch (const CLI::ParseError& Error) {
