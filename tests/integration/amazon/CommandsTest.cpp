@@ -30,7 +30,7 @@ protected:
         AArguments.insert(AArguments.begin(), ZN_PROGRAM);
         if (!Endpoint.empty())
             AArguments.insert(AArguments.end(), {"--endpoint", Endpoint});
-        return Run(AArguments);
+        return RunProgram(AArguments);
     }
     TFolder Folder;
     std::string Endpoint;
@@ -40,6 +40,8 @@ TEST_F(AmazonCommands, MoveFilesToStorageAndBack)
 {
     TPeer Peer({"storage.mjs", Folder.Path("data")});
     ZN_PEER_PORT(Port, Peer);
+    setenv("AWS_ACCESS_KEY_ID", "S3RVER", 1); // the account that it has
+    setenv("AWS_SECRET_ACCESS_KEY", "S3RVER", 1);
     Endpoint = "http://127.0.0.1:" + std::to_string(Port);
     const std::string File = Folder.Write("road map.txt", "a road\n");
     EXPECT_EQ(Zn({"s3", "put", File, "bucket/maps/"}).Errors, "");

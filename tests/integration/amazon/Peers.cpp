@@ -69,7 +69,7 @@ std::optional<std::uint16_t> TPeer::Port()
         std::stoi(Output.substr(Output.find(cListening) + std::string(cListening).size())));
 }
 
-TOutcome Run(const std::vector<std::string>& AArguments)
+TOutcome RunProgram(const std::vector<std::string>& AArguments)
 {
     TChildProcess Process(AArguments);
     TOutcome Result;

@@ -51,7 +51,7 @@ struct TOutcome
     std::string Output;
     std::string Errors;
 };
-TOutcome Run(const std::vector<std::string>& AArguments);
+TOutcome RunProgram(const std::vector<std::string>& AArguments);
 
 } // namespace Zn
 

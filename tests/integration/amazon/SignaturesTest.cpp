@@ -99,9 +99,9 @@ TEST(Signatures, AreCheckedOverHttpsToo)
 {
     const TFolder Folder;
     const TOutcome Made =
-        Run({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
-             "-keyout", Folder.Path("key.pem"), "-out", Folder.Path("cert.pem"), "-days", "2", "-subj",
-             "/CN=localhost", "-addext", "subjectAltName=DNS:localhost,IP:127.0.0.1"});
+        RunProgram({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
+                    "-nodes", "-keyout", Folder.Path("key.pem"), "-out", Folder.Path("cert.pem"), "-days",
+                    "2", "-subj", "/CN=localhost", "-addext", "subjectAltName=DNS:localhost,IP:127.0.0.1"});
     ASSERT_EQ(Made.Code, 0) << Made.Errors;
     TPeer Peer({"signature-check.mjs", Folder.Path("key.pem"), Folder.Path("cert.pem")});
     ZN_PEER_PORT(Port, Peer);
@@ -152,9 +152,9 @@ TEST(Signatures, AreWhatASecondSignerMakesOfThem)
         }
     }
     const TFolder Folder;
-    const TOutcome Outcome = Run({"sh", "-c",
-                                  "exec /usr/bin/python3 '" ZN_PEERS "/sign-again.py' < '" +
-                                      Folder.Write("requests", Requests) + "'"});
+    const TOutcome Outcome = RunProgram({"sh", "-c",
+                                         "exec /usr/bin/python3 '" ZN_PEERS "/sign-again.py' < '" +
+                                             Folder.Write("requests", Requests) + "'"});
     if (Outcome.Code == 77 || Outcome.Code == 127)
         GTEST_SKIP() << "needs python3-botocore";
     ASSERT_EQ(Outcome.Code, 0) << Outcome.Errors;
