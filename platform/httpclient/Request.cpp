@@ -78,6 +78,7 @@ std::uint32_t Request::SetBodySource(const BodySource& ASource)
 {
     MutexLock Lock(FLock);
     FSource = ASource;
+    FSourceUsed = false;
     return FCancelled.load() ? cCancelled : NO_ERROR;
 }
 
@@ -133,7 +134,8 @@ std::uint32_t Request::Send(std::string_view ALines, std::span<const std::byte> 
     FUrl = FFirst;
     FVerb = FLine.Verb;
     FBodyDropped = false;
-    FBody = AMemory.empty() && FSource.Read != nullptr ? OutgoingBody(FSource) : OutgoingBody(AMemory);
+    if (const std::uint32_t Error = TakeBody(AMemory))
+        return Error;
     for (Party* Each : {&FServer, &FProxy}) {
         Each->Answer = Choose(*Each);
         Each->AnswersLeft = cMaxAnswers;
@@ -143,6 +145,20 @@ std::uint32_t Request::Send(std::string_view ALines, std::span<const std::byte> 
         DetachTransfer();
     FHasResponse = Error == NO_ERROR;
     return Error;
+}
+
+/// The source, where there is one and no memory. After an earlier send it stands somewhere else than at its
+/// first byte.
+std::uint32_t Request::TakeBody(std::span<const std::byte> AMemory)
+{
+    if (!AMemory.empty() || FSource.Read == nullptr) {
+        FBody = OutgoingBody(AMemory);
+        return NO_ERROR;
+    }
+    FBody = OutgoingBody(FSource);
+    const bool AtStart = !FSourceUsed || (FSource.Rewind != nullptr && FSource.Rewind(FSource.Context));
+    FSourceUsed = true;
+    return AtStart ? NO_ERROR : ERROR_READ_FAULT;
 }
 
 std::uint32_t Request::ExchangeUntilAnswered()

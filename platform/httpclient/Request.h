@@ -103,6 +103,7 @@ private:
 
     std::uint32_t ResponseMissing() const ZN_REQUIRES(FLock);
     std::uint32_t CheckFields() const ZN_REQUIRES(FLock);
+    std::uint32_t TakeBody(std::span<const std::byte> AMemory) ZN_REQUIRES(FLock);
     std::uint32_t ExchangeUntilAnswered() ZN_REQUIRES(FLock);
     std::uint32_t Exchange() ZN_REQUIRES(FLock);
     void MakePlan() ZN_REQUIRES(FLock);
@@ -131,6 +132,7 @@ private:
     HttpClient::Settings FSettings ZN_GUARDED_BY(FLock);
     RequestFields FFields ZN_GUARDED_BY(FLock);
     BodySource FSource ZN_GUARDED_BY(FLock);
+    bool FSourceUsed ZN_GUARDED_BY(FLock) = false;
     std::string FCertificatePassword ZN_GUARDED_BY(FLock);
     Party FServer ZN_GUARDED_BY(FLock);
     Party FProxy ZN_GUARDED_BY(FLock);

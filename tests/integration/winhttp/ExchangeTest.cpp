@@ -260,6 +260,21 @@ TEST(Exchange, RedirectsRewindTheBodyOrEnd)
     EXPECT_EQ(Peer.Connections(), 1);
 }
 
+TEST(Exchange, ASecondSendBeginsTheSourceAnew)
+{
+    ScriptedPeer Peer(EchoBodies);
+    Client Client(Peer.Port());
+    Source Body{100'000};
+    const Handle Request = Client.Open("PUT", "/");
+    const TZnHttpBodySource Option = Body.Option(100'000);
+    ASSERT_TRUE(WinHttpSetOption(Request, ZN_OPTION_BODY_SOURCE, &Option, sizeof Option));
+    for (int Round = 0; Round < 2; ++Round) {
+        ASSERT_EQ(Send(Request), 0u);
+        EXPECT_EQ(ReadAll(Request).size(), 100'000u);
+        EXPECT_EQ(Body.Rewinds, Round);
+    }
+}
+
 TEST(Exchange, HeadHasNoBody)
 {
     ScriptedPeer Peer([](PeerConnection& APeer) {

@@ -80,7 +80,7 @@ public:
     explicit SecurePeer(const std::string& AName, std::vector<std::string> AMore = {})
         : Port(FreePort()), FServer(Arguments(AName, Port, std::move(AMore)))
     {
-        EXPECT_TRUE(FServer.WaitForOutput("ACCEPT", 10s)) << FServer.Errors();
+        EXPECT_TRUE(FServer.WaitForOutput("ACCEPT", 30s)) << FServer.Errors();
     }
     const std::uint16_t Port;
 
@@ -188,7 +188,7 @@ TEST(Tls, AServerThatDoesNotSpeakIt)
     const std::uint16_t Port = FreePort();
     Zn::TChildProcess Server(
         {"python3", "-u", "-m", "http.server", "--bind", "127.0.0.1", std::to_string(Port)});
-    ASSERT_TRUE(Server.WaitForOutput("Serving", 10s));
+    ASSERT_TRUE(Server.WaitForOutput("Serving", 30s));
     EXPECT_EQ(SecureClient(Port).Ask(), ERROR_WINHTTP_SECURE_CHANNEL_ERROR);
 }
 
