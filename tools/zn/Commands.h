@@ -23,6 +23,8 @@ void AddPipeCommand(CLI::App& AApp, int& AExitCode);
 /// request, and get, head, post, put, delete and options.
 void AddRequestCommands(CLI::App& AApp, int& AExitCode);
 void AddS3Command(CLI::App& AApp, int& AExitCode);
+/// adapters, ping, resolve, wol, hostname, ips.
+void AddNetworkCommands(CLI::App& AApp, int& AExitCode);
 void AddServeCommand(CLI::App& AApp, int& AExitCode);
 void AddTcpCommand(CLI::App& AApp, int& AExitCode);
 void AddUsersCommand(CLI::App& AApp, int& AExitCode);

@@ -15,6 +15,7 @@ int main(int argc, char** argv)
     Zn::AddRequestCommands(App, ExitCode);
     Zn::AddUsersCommand(App, ExitCode);
     Zn::AddConfigCommand(App, ExitCode);
+    Zn::AddNetworkCommands(App, ExitCode);
     Zn::AddTcpCommand(App, ExitCode);
     Zn::AddFirewallCommand(App, ExitCode);
     Zn::AddWlanCommand(App, ExitCode);
