@@ -118,13 +118,10 @@ Zn::TEchoSocket::~TEchoSocket()
 bool Zn::TEchoSocket::Prepare()
 {
     const int On = 1;
-    const int Never = IsV6() ? IPV6_PMTUDISC_DONT : IP_PMTUDISC_DONT;
     const int Level = IsV6() ? IPPROTO_IPV6 : IPPROTO_IP;
     return setsockopt(FSocket, Level, IsV6() ? IPV6_RECVERR : IP_RECVERR, &On, sizeof(On)) == 0 &&
            setsockopt(FSocket, Level, IsV6() ? IPV6_RECVHOPLIMIT : IP_RECVTTL, &On, sizeof(On)) == 0 &&
-           setsockopt(FSocket, Level, IsV6() ? IPV6_MTU_DISCOVER : IP_MTU_DISCOVER, &Never, sizeof(Never)) ==
-               0 &&
-           (!FIsRaw || KeepForeignRepliesOut());
+           SetFragmentation(true) && (!FIsRaw || KeepForeignRepliesOut());
 }
 
 /// A raw socket is given a copy of every ICMP message that reaches the machine. Filters let echo replies in,
@@ -156,22 +153,27 @@ bool Zn::TEchoSocket::KeepForeignRepliesOut()
     return setsockopt(FSocket, SOL_SOCKET, SO_ATTACH_FILTER, &Program, sizeof(Program)) == 0;
 }
 
-void Zn::TEchoSocket::SetDontFragment(bool AValue)
+/// Where packets may be cut: by routers, of IPv4; by this system alone, of IPv6, to what routers have told
+/// it.
+bool Zn::TEchoSocket::SetFragmentation(bool AIsAllowed)
 {
-    if (FDontFragment == AValue)
-        return;
-    const int Discover = IsV6() ? (AValue ? IPV6_PMTUDISC_DO : IPV6_PMTUDISC_DONT)
-                                : (AValue ? IP_PMTUDISC_DO : IP_PMTUDISC_DONT);
-    if (setsockopt(FSocket, IsV6() ? IPPROTO_IPV6 : IPPROTO_IP, IsV6() ? IPV6_MTU_DISCOVER : IP_MTU_DISCOVER,
-                   &Discover, sizeof(Discover)) == 0)
-        FDontFragment = AValue;
+    if (FIsCut == AIsAllowed)
+        return true;
+    const int Discover = IsV6() ? (AIsAllowed ? IPV6_PMTUDISC_WANT : IPV6_PMTUDISC_DO)
+                                : (AIsAllowed ? IP_PMTUDISC_DONT : IP_PMTUDISC_DO);
+    const bool IsSet =
+        setsockopt(FSocket, IsV6() ? IPPROTO_IPV6 : IPPROTO_IP, IsV6() ? IPV6_MTU_DISCOVER : IP_MTU_DISCOVER,
+                   &Discover, sizeof(Discover)) == 0;
+    if (IsSet)
+        FIsCut = AIsAllowed;
+    return IsSet;
 }
 
 Zn::TEchoOutcome Zn::TEchoSocket::Exchange(const TEchoRequest& ARequest)
 {
     ++FSequence;
     FBuffer.resize(std::max(FBuffer.size(), cLongestIPv4Header + cEchoHeadSize + ARequest.Data.size()));
-    SetDontFragment((ARequest.Options.Flags & IP_FLAG_DF) != 0);
+    SetFragmentation((ARequest.Options.Flags & IP_FLAG_DF) == 0);
 
     const Deadline End(ARequest.Timeout);
     const auto Start = std::chrono::steady_clock::now();

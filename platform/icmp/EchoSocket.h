@@ -59,7 +59,7 @@ private:
     bool IsV6() const { return FFamily == AF_INET6; }
     bool Prepare();
     bool KeepForeignRepliesOut();
-    void SetDontFragment(bool AValue);
+    bool SetFragmentation(bool AIsAllowed);
     bool Send(const TEchoRequest& ARequest);
     TEchoOutcome Receive(const Deadline& AEnd);
     bool ReceiveReply(TEchoOutcome& AOutcome);
@@ -69,7 +69,7 @@ private:
     int FFamily;
     int FSocket;
     bool FIsRaw;
-    bool FDontFragment = false;
+    bool FIsCut = false; // what SetFragmentation was told last
     std::uint16_t FId;
     std::uint16_t FSequence;
     std::vector<std::byte> FBuffer;

@@ -167,6 +167,9 @@ std::uint32_t Icmp6SendEcho2(THandle AHandle, THandle AEvent, void* AApcRoutine,
 {
     if (AEvent != 0 || AApcRoutine || !ASource || !ADestination)
         return Failed(ERROR_INVALID_PARAMETER);
+    // Every interface has such addresses; the system would take one for some kinds of sockets.
+    if (IN6_IS_ADDR_LINKLOCAL(&ADestination->sin6_addr) && ADestination->sin6_scope_id == 0)
+        return Failed(ERROR_INVALID_PARAMETER);
     Zn::TEchoRequest Request = RequestOf(AData, ADataSize, AOptions, ATimeout);
     Request.Destination.V6 = *ADestination;
     Request.Destination.V6.sin6_port = 0;
