@@ -20,7 +20,7 @@ std::string AuthoritiesFromEnvironment()
 
 } // namespace
 
-Session::Session(std::string AUserAgent, ProxyRules AProxies)
+Session::Session(const std::string& AUserAgent, ProxyRules AProxies)
     : FUserAgentLine(AUserAgent.empty() ? std::string() : "User-Agent: " + AUserAgent),
       FProxies(std::move(AProxies))
 {

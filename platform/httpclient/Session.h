@@ -20,7 +20,7 @@ class Connection;
 class Session final : public KernelObject
 {
 public:
-    Session(std::string AUserAgent, ProxyRules AProxies);
+    Session(const std::string& AUserAgent, ProxyRules AProxies);
     ~Session() override = default;
 
     /// "User-Agent: ...", empty for none.

@@ -56,10 +56,9 @@ std::uint32_t PutText(std::string_view ABytes, void* ABuffer, std::uint32_t& ASi
     const bool Bytewise = IsBytewise(ABytes);
     const std::u16string Wide = Bytewise ? std::u16string() : Utf16FromUtf8(ABytes);
     const std::size_t Size = (Bytewise ? ABytes.size() : Wide.size()) * sizeof(char16_t);
-    const std::uint32_t Room = ABuffer == nullptr ? 0 : ASize;
-    const bool Fits = Room >= Size + sizeof(char16_t);
+    const bool Fits = ABuffer != nullptr && ASize >= Size + sizeof(char16_t);
     ASize = static_cast<std::uint32_t>(Fits ? Size : Size + sizeof(char16_t));
-    if (!Fits)
+    if (ABuffer == nullptr || !Fits)
         return ERROR_INSUFFICIENT_BUFFER;
     if (Bytewise)
         PutUnits(ABytes, ABuffer);
@@ -71,9 +70,9 @@ std::uint32_t PutText(std::string_view ABytes, void* ABuffer, std::uint32_t& ASi
 
 std::uint32_t PutValue(const void* AValue, std::uint32_t AValueSize, void* ABuffer, std::uint32_t& ASize)
 {
-    const std::uint32_t Room = ABuffer == nullptr ? 0 : ASize;
+    const bool Fits = ASize >= AValueSize;
     ASize = AValueSize;
-    if (Room < AValueSize)
+    if (ABuffer == nullptr || !Fits)
         return ERROR_INSUFFICIENT_BUFFER;
     std::memcpy(ABuffer, AValue, AValueSize);
     return NO_ERROR;

@@ -11,7 +11,6 @@ using namespace Zn::Winhttp;
 using HttpClient::Connection;
 using HttpClient::ProxyRules;
 using HttpClient::Request;
-using HttpClient::RequestFields;
 using HttpClient::Session;
 
 namespace
@@ -68,7 +67,7 @@ std::string Joined(const char16_t* const* ATypes)
 
 std::string TargetFor(const std::string& AVerb, const char16_t* AObjectName, std::uint32_t AFlags)
 {
-    const std::string Path = Narrow(AObjectName);
+    std::string Path = Narrow(AObjectName);
     if (AVerb == "OPTIONS" && Path == "*")
         return Path; // the server as a whole (RFC 9112, 3.2.4)
     return HttpClient::TargetFromPath(Path,
@@ -101,13 +100,13 @@ HINTERNET WinHttpOpen(const char16_t* AUserAgent, std::uint32_t AAccessType, con
     Run([&]() -> std::uint32_t {
         if ((AFlags & WINHTTP_FLAG_ASYNC) != 0)
             return ERROR_NOT_SUPPORTED;
-        std::string Agent = Narrow(AUserAgent);
+        const std::string Agent = Narrow(AUserAgent);
         ProxyRules Proxies;
         const std::uint32_t Error =
             ChooseProxies(AAccessType, Narrow(AProxyName), Narrow(AProxyBypass), Proxies);
         if (Error != NO_ERROR || !IsOneLine(Agent))
             return Error != NO_ERROR ? Error : ERROR_INVALID_PARAMETER;
-        Result = HandleFor(std::make_shared<Session>(std::move(Agent), std::move(Proxies)));
+        Result = HandleFor(std::make_shared<Session>(Agent, std::move(Proxies)));
         return Result == nullptr ? GetLastError() : NO_ERROR;
     });
     return Result;
