@@ -121,6 +121,14 @@ TEST_F(LifeCycle, SessionClosedBetweenTwoCallsAbortsToo)
     EXPECT_EQ(Script.SendCount(), 0);
 }
 
+TEST_F(LifeCycle, SessionClosedBetweenTwoReadsAbortsToo)
+{
+    Script.Responses = {{.Body = {"a", "b"}}};
+    const auto Response = Client->Request(httpGET, "http://h/", false);
+    Script.DuringRead = [&] { Session.Close(); };
+    EXPECT_THROW(Response->GetResponse(), EAbort);
+}
+
 TEST_F(LifeCycle, CancelEndsTheSendAndLeavesNothing)
 {
     const auto Request = Client->PrepareRequest(httpGET, "http://h/", nullptr, "");

@@ -281,6 +281,8 @@ bool ScriptedWinhttp::Query(HINTERNET ARequest, std::uint32_t ALevel, const char
 
 bool ScriptedWinhttp::Available(HINTERNET ARequest, std::uint32_t* ACount)
 {
+    if (DuringRead)
+        DuringRead();
     if (!Note("QueryDataAvailable " + Name(ARequest)))
         return false;
     if (Refused(ARequest))

@@ -36,6 +36,8 @@ public:
     std::deque<ScriptedResponse> Responses;
     /// Runs in each send, before it returns.
     std::function<void()> DuringSend;
+    /// Runs ahead of each look for a piece of the body, as if another thread were quicker than the library.
+    std::function<void()> DuringRead;
     int FailCall = -1; // the index of the call that fails, with FailCode
     std::uint32_t FailCode = 12030;
 

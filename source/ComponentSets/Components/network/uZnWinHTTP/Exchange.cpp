@@ -41,7 +41,7 @@ std::shared_ptr<IZnHTTPResponse> TZnHTTPRequest::SendRequest()
     FCancelled = false;
     try {
         return Exchange();
-    } catch (const EZnException&) {
+    } catch (const EZnHTTPApiException&) {
         FCloseConnection = true;
         RaiseIfClosed();
         throw;

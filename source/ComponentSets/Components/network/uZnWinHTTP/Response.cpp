@@ -58,11 +58,27 @@ TZnHTTPResponse::~TZnHTTPResponse()
     FRequestHandle->CloseHandle();
 }
 
+/// Runs AWork. A handle that somebody closes between two calls is refused by its number; that is a cancelled
+/// operation as well as one that is closed during a call.
+template <class TWork>
+auto TZnHTTPResponse::UnlessClosed(TWork AWork) const
+{
+    try {
+        return AWork();
+    } catch (const EZnHTTPApiException&) {
+        if (FRequestHandle->GetHandle(false) == nullptr)
+            throw EAbort(WinHttpErrorMsg(ERROR_WINHTTP_OPERATION_CANCELLED));
+        throw;
+    }
+}
+
 std::string TZnHTTPResponse::GetHeader(const std::string& AName)
 {
-    std::string Value;
-    WinHttpQueryHeaders(Handle(), WINHTTP_QUERY_CUSTOM, AName, Value);
-    return Value;
+    return UnlessClosed([&] {
+        std::string Value;
+        WinHttpQueryHeaders(Handle(), WINHTTP_QUERY_CUSTOM, AName, Value);
+        return Value;
+    });
 }
 
 std::string TZnHTTPResponse::GetCookie(const std::string& AName)
@@ -80,7 +96,8 @@ std::string TZnHTTPResponse::GetCookie(const std::string& AName)
 void TZnHTTPResponse::GetResponseData(TStream& AResponse)
 {
     const std::int64_t Start = AResponse.GetPosition();
-    if (ReadBody(AResponse) && SameText(GetHeader("Content-Encoding"), "deflate"))
+    if (UnlessClosed([&] { return ReadBody(AResponse); }) &&
+        SameText(GetHeader("Content-Encoding"), "deflate"))
         Inflate(AResponse, Start);
 }
 
@@ -154,8 +171,11 @@ bool TZnHTTPResponse::BreaksConnectionLogon() const
 void TZnHTTPResponse::CheckError()
 {
     if (BreaksConnectionLogon()) {
-        std::string Version;
-        WinHttpQueryHeaders(Handle(), WINHTTP_QUERY_VERSION, {}, Version);
+        const std::string Version = UnlessClosed([&] {
+            std::string Text;
+            WinHttpQueryHeaders(Handle(), WINHTTP_QUERY_VERSION, {}, Text);
+            return Text;
+        });
         if (Version == ZnHTTPVersion[HTTP1_0])
             throw EZnWinHTTPException(cNoKeepAlive);
         return;

@@ -35,6 +35,8 @@ private:
     void Inflate(TStream& AResponse, std::int64_t AStart) const;
     bool BreaksConnectionLogon() const;
     void* Handle() const { return FRequestHandle->GetHandle(true); }
+    template <class TWork>
+    auto UnlessClosed(TWork AWork) const;
 
     std::shared_ptr<IZnHTTPRequestEx1> FRequest;
     std::shared_ptr<ComponentLink<TZnWinHTTPClient>> FHTTPClient;
