@@ -22,12 +22,12 @@ int CurlBits(short AEvents)
 
 } // namespace
 
-Sockets::Sockets() : FWatched{{eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC), POLLIN, 0}} {}
+Sockets::Sockets() : FWakeFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)), FWatched{{FWakeFd, POLLIN, 0}} {}
 
 Sockets::~Sockets()
 {
     if (IsGood())
-        close(FWatched.front().fd);
+        close(FWakeFd);
 }
 
 void Sockets::Attach(CURLM* AMulti)
@@ -109,7 +109,7 @@ CURLMcode Sockets::HandleReady()
 {
     if (FWatched.front().revents != 0) {
         eventfd_t Count = 0;
-        eventfd_read(FWatched.front().fd, &Count);
+        eventfd_read(FWakeFd, &Count);
     }
     // libcurl changes the list while it runs; a handful is all that it ever watches for one exchange.
     std::array<pollfd, 8> Ready;
@@ -127,7 +127,7 @@ CURLMcode Sockets::HandleReady()
 
 void Sockets::Wake()
 {
-    eventfd_write(FWatched.front().fd, 1);
+    eventfd_write(FWakeFd, 1);
 }
 
 } // namespace Zn::HttpClient

@@ -27,7 +27,7 @@ public:
     Sockets& operator=(const Sockets&) = delete;
 
     /// False without a descriptor for Wake.
-    bool IsGood() const { return FWatched.front().fd >= 0; }
+    bool IsGood() const { return FWakeFd >= 0; }
     /// Before anything is added to AMulti, which may be driven only by this object from then on.
     void Attach(CURLM* AMulti);
 
@@ -47,6 +47,7 @@ private:
     static int OnSocket(CURL* AEasy, curl_socket_t ASocket, int AWhat, void* ASelf, void* ASocketData);
     static int OnTimer(CURLM* AMulti, long AMilliseconds, void* ASelf);
 
+    const int FWakeFd; // the one thing that other threads use
     CURLM* FMulti = nullptr;
     std::vector<pollfd> FWatched; // the one for Wake first
     std::optional<Clock::time_point> FTimer;
