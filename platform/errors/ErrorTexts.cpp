@@ -79,6 +79,7 @@ constexpr ErrorText cTexts[] = {
     {ERROR_INVALID_WINDOW_HANDLE, "The window handle is invalid."},
     {ERROR_NO_SYSTEM_RESOURCES, "The system's resources are not sufficient to complete the request."},
     {ERROR_TIMEOUT, "The operation returned because its time expired."},
+    {1790, "The key of the other computer is not known, or is not the known one."},
     {ERROR_NOT_ENOUGH_QUOTA, "A limit is reached: there is not enough room to take the request."},
     {ERROR_INVALID_OPERATION, "The operation is not valid now."},
 

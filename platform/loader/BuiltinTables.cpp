@@ -10,9 +10,11 @@
 std::span<const Zn::BuiltinTable> Zn::BuiltinTables()
 {
     static constexpr BuiltinTable cTables[] = {
-        {"Httpapi.dll", HttpapiExports},     {"Icmp.dll", IcmpExports},     {"Iphlpapi.dll", IphlpapiExports},
-        {"Kernel32.dll", KernelPipeExports}, {"Ntdll.dll", NtdllExports},   {"Ole32.dll", Ole32Exports},
-        {"Winhttp.dll", WinhttpExports},     {"ws2_32.dll", Ws2_32Exports},
+        {"Httpapi.dll", HttpapiExports},   {"Icmp.dll", IcmpExports},
+        {"Iphlpapi.dll", IphlpapiExports}, {"Kernel32.dll", KernelPipeExports},
+        {"Mpr.dll", NetworkLogonExports},  {"Ntdll.dll", NtdllExports},
+        {"Ole32.dll", Ole32Exports},       {"Winhttp.dll", WinhttpExports},
+        {"ws2_32.dll", Ws2_32Exports},
     };
     return cTables;
 }

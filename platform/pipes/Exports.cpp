@@ -34,3 +34,12 @@ std::span<const TZnExport> KernelPipeExports()
     };
     return Table;
 }
+
+std::span<const TZnExport> NetworkLogonExports()
+{
+    static const TZnExport Table[] = {
+        {"WNetAddConnection2W", Address(WNetAddConnection2W)},
+        {"WNetCancelConnection2W", Address(WNetCancelConnection2W)},
+    };
+    return Table;
+}

@@ -24,12 +24,13 @@ constexpr std::uint32_t cDefaultWait = 5000;
 
 enum Operation : std::uintptr_t { opNone, opConnect, opRead };
 
-/// An instance that WaitNamedPipeW found, for the CreateFileW that follows on the same thread.
+/// What WaitNamedPipeW found, for the CreateFileW that follows on the same thread.
 struct Reservation
 {
     std::string Host;
     std::string Name;
     std::shared_ptr<PipeStream> Stream;
+    std::uint32_t Refusal = NO_ERROR; // of another host, which is not asked the same twice
 };
 thread_local Reservation tReserved;
 
@@ -152,10 +153,13 @@ bool WaitNamedPipeW(const char16_t* AName, std::uint32_t AMilliseconds)
         const auto Name = ParseName(AName);
         if (!Name)
             return ERROR_INVALID_NAME;
-        tReserved = {Name->Host, Name->Name, nullptr};
-        return Zn::OpenPipeWithin(*Name,
-                                  AMilliseconds == NMPWAIT_USE_DEFAULT_WAIT ? cDefaultWait : AMilliseconds,
-                                  tReserved.Stream);
+        tReserved = {Name->Host, Name->Name, nullptr, NO_ERROR};
+        const std::uint32_t Error = Zn::OpenPipeWithin(
+            *Name, AMilliseconds == NMPWAIT_USE_DEFAULT_WAIT ? cDefaultWait : AMilliseconds,
+            tReserved.Stream);
+        if (!Name->Host.empty())
+            tReserved.Refusal = Error == ERROR_SEM_TIMEOUT ? ERROR_PIPE_BUSY : Error;
+        return Error;
     }));
 }
 
@@ -173,8 +177,11 @@ THandle CreateFileW(const char16_t* AName, std::uint32_t /*AAccess*/, std::uint3
         Reservation Reserved = std::move(tReserved);
         tReserved = {};
         std::shared_ptr<PipeStream> Stream;
-        if (Reserved.Host == Name->Host && Reserved.Name == Name->Name)
+        if (Reserved.Host == Name->Host && Reserved.Name == Name->Name) {
+            if (Reserved.Refusal != NO_ERROR)
+                return Reserved.Refusal;
             Stream = std::move(Reserved.Stream);
+        }
         const std::uint32_t Error = Stream ? NO_ERROR : Zn::OpenPipe(*Name, Stream);
         return Error != NO_ERROR ? Error : Register(std::make_shared<Pipe>(std::move(Stream)), Handle);
     }));

@@ -8,6 +8,7 @@
 #include "platform/errors/Errors.h"
 #include "platform/pipes/PipeFolder.h"
 #include "platform/pipes/PipeSocket.h"
+#include "platform/pipes/ssh/Logons.h"
 #include "platform/sync/Deadline.h"
 
 namespace Zn
@@ -36,11 +37,18 @@ std::uint32_t OpenLocal(const PipeName& AName, std::shared_ptr<PipeStream>& AStr
     return Error;
 }
 
+std::uint32_t OpenRemote(const PipeName& AName, std::shared_ptr<PipeStream>& AStream)
+{
+    std::unique_ptr<SshSession> Session;
+    const std::uint32_t Error = OpenSession(AName.Host, Session);
+    return Error != NO_ERROR ? Error : SshSession::OpenPipe(std::move(Session), AName.FileName(), AStream);
+}
+
 } // namespace
 
 std::uint32_t OpenPipe(const PipeName& AName, std::shared_ptr<PipeStream>& AStream)
 {
-    return AName.Host.empty() ? OpenLocal(AName, AStream) : ERROR_BAD_NETPATH;
+    return AName.Host.empty() ? OpenLocal(AName, AStream) : OpenRemote(AName, AStream);
 }
 
 std::uint32_t OpenPipeWithin(const PipeName& AName, std::uint32_t AMilliseconds,
@@ -54,6 +62,9 @@ std::uint32_t OpenPipeWithin(const PipeName& AName, std::uint32_t AMilliseconds,
             return Error;
         if (Limit.HasPassed())
             return ERROR_SEM_TIMEOUT;
+        // Another host is asked by a whole session each time, and where it takes long anyway.
+        if (!AName.Host.empty())
+            Pause = cLongestPause * 16;
         poll(nullptr, 0, 1 + static_cast<int>(Random() % static_cast<unsigned>(Pause)));
     }
 }

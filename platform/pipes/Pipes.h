@@ -53,6 +53,9 @@ struct TSECURITY_ATTRIBUTES
     bool bInheritHandle = false;
 };
 
+/// The key of another host is not among the known ones, or not the one that is known.
+inline constexpr std::uint32_t ERROR_TRUST_FAILURE = 1790;
+
 inline constexpr std::uint32_t PIPE_ACCESS_DUPLEX = 3;
 inline constexpr std::uint32_t FILE_ATTRIBUTE_NORMAL = 0x80;
 inline constexpr std::uint32_t FILE_FLAG_OVERLAPPED = 0x40000000;
@@ -166,5 +169,5 @@ inline constexpr std::uint32_t CONNECT_UPDATE_PROFILE = 1;
 std::uint32_t WNetAddConnection2W(const TNETRESOURCEW* AResource, const char16_t* APassword,
                                   const char16_t* AUser, std::uint32_t AFlags);
 
-/// Takes one logon back. Pipes that are open stay open. ERROR_NOT_CONNECTED without one.
+/// Takes one logon back. Pipes that are open stay open. ERROR_NOT_FOUND without one.
 std::uint32_t WNetCancelConnection2W(const char16_t* AName, std::uint32_t AFlags, bool AForce);

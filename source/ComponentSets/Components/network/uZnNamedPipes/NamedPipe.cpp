@@ -3,10 +3,6 @@
 namespace
 {
 
-// WParam of WM_POWERBROADCAST
-constexpr std::uintptr_t PBT_APMSUSPEND = 4;
-constexpr std::uintptr_t PBT_APMRESUMEAUTOMATIC = 18;
-
 TZnNamedPipeConnection* ConnectionOf(const TMessage& AMessage)
 {
     return ZnInt2Ptr<TZnNamedPipeConnection>(AMessage.WParam);

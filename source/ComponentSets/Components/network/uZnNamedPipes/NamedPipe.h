@@ -9,6 +9,7 @@
 #include "common/Component.h"
 #include "common/Locks.h"
 #include "platform/messages/Messages.h"
+#include "platform/power/Power.h"
 #include "uZnNamedPipes/Connection.h"
 
 /// Where data and commands are handled.
@@ -34,7 +35,6 @@ using TZnOnNamedPipeException =
 // Messages of connections to their component's window.
 enum : std::uint32_t {
     WM_NULL = 0,
-    WM_POWERBROADCAST = 536,
     WM_NAMEDPIPE_CONNECTED = 1025,     // sent: the connection
     WM_NAMEDPIPE_DISCONNECTED = 1026,  // sent: the connection
     WM_NAMEDPIPE_DATA = 1027,          // posted: the connection's ID (it may be gone by then), the record
@@ -124,6 +124,7 @@ protected:
     void WMPowerBroadcast(const TMessage& AMessage);
 
     const std::shared_ptr<const Zn::PipeApi> FApi;
+    const std::shared_ptr<Zn::PowerWatch> FPowerWatch = Zn::PowerWatch::Shared();
     std::atomic<THandle> FHWND{0}; // 0 once destruction has begun
 
 private:

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+/// The system's sleep and its end, posted to every window of the process as WM_POWERBROADCAST.
+
+inline constexpr std::uint32_t WM_POWERBROADCAST = 536;
+inline constexpr std::uintptr_t PBT_APMSUSPEND = 4;
+inline constexpr std::uintptr_t PBT_APMRESUMEAUTOMATIC = 18;
+
+/// For an application that knows of the system's sleep in a way of its own. Any thread.
+void ZnAnnounceSuspend();
+void ZnAnnounceResume();
+
+namespace Zn
+{
+
+/// Listens to the login manager (PrepareForSleep, on the system's D-Bus) as long as anybody holds it.
+class PowerWatch
+{
+public:
+    virtual ~PowerWatch() = default;
+
+    /// The process's one. Empty where there is no system bus: announcements come from the application
+    /// alone then. Any thread.
+    static std::shared_ptr<PowerWatch> Shared();
+};
+
+} // namespace Zn

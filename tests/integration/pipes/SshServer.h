@@ -1,0 +1,127 @@
+#pragma once
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include <arpa/inet.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Zn
+{
+
+/// An sshd on loopback with keys of its own, gone with the object. Its user is the one that runs the test.
+class SshServer
+{
+public:
+    static bool IsInstalled() { return access(cProgram, X_OK) == 0; }
+
+    explicit SshServer(const std::string& AFolder) : FFolder(AFolder), FPort(FreePort())
+    {
+        Run({"ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", FFolder + "/host"});
+        Run({"ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", FFolder + "/user"});
+        std::filesystem::copy_file(FFolder + "/user.pub", FFolder + "/authorized");
+        std::ofstream(FFolder + "/config")
+            << "ListenAddress 127.0.0.1\nPort " << FPort << "\nHostKey " << FFolder
+            << "/host\nAuthorizedKeysFile " << FFolder
+            << "/authorized\nStrictModes no\nUsePAM no\nPasswordAuthentication yes\nPermitRootLogin yes\n"
+            << "PidFile none\nLogLevel QUIET\nSubsystem sftp internal-sftp\nAllowStreamLocalForwarding yes\n"
+            << "MaxStartups 100\n";
+        KnowHost("host.pub");
+        setenv("ZN_PIPE_SSH_PORT", std::to_string(FPort).c_str(), 1);
+        setenv("ZN_PIPE_SSH_KNOWN_HOSTS", (FFolder + "/known").c_str(), 1);
+        setenv("ZN_PIPE_SSH_IDENTITY", (FFolder + "/user").c_str(), 1);
+        Start();
+    }
+    ~SshServer()
+    {
+        Stop();
+        for (const char* const Name : {"ZN_PIPE_SSH_PORT", "ZN_PIPE_SSH_KNOWN_HOSTS", "ZN_PIPE_SSH_IDENTITY"})
+            unsetenv(Name);
+    }
+    SshServer(const SshServer&) = delete;
+    SshServer& operator=(const SshServer&) = delete;
+
+    void Start()
+    {
+        mkdir("/run/sshd", 0755); // where it locks its children in; there already on a system that runs one
+        FProcess = Spawn({cProgram, "-D", "-e", "-f", FFolder + "/config"});
+        for (int Turn = 0; Turn < 1000 && !Answers(); ++Turn)
+            usleep(10000);
+    }
+    /// With every session, as when the host goes down.
+    void Stop()
+    {
+        if (FProcess > 0) {
+            KillWithChildren(FProcess);
+            waitpid(FProcess, nullptr, 0);
+        }
+        FProcess = -1;
+    }
+    /// Makes the file of known hosts say that this is the host's key.
+    void KnowHost(const std::string& APublicKey) const
+    {
+        std::string Type, Key;
+        std::ifstream(FFolder + "/" + APublicKey) >> Type >> Key;
+        std::ofstream(FFolder + "/known") << "[127.0.0.1]:" << FPort << " " << Type << " " << Key << "\n";
+    }
+
+private:
+    /// Each session of sshd is a process group of its own.
+    static void KillWithChildren(pid_t AProcess)
+    {
+        const std::string Own = std::to_string(AProcess);
+        std::vector<pid_t> Children;
+        std::ifstream List("/proc/" + Own + "/task/" + Own + "/children");
+        for (pid_t Child; List >> Child;)
+            Children.push_back(Child);
+        kill(AProcess, SIGKILL);
+        for (const pid_t Child : Children)
+            KillWithChildren(Child);
+    }
+
+    static constexpr const char* cProgram = "/usr/sbin/sshd";
+
+    static int FreePort()
+    {
+        const int Socket = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in Address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+        socklen_t Length = sizeof(Address);
+        bind(Socket, reinterpret_cast<sockaddr*>(&Address), Length);
+        getsockname(Socket, reinterpret_cast<sockaddr*>(&Address), &Length);
+        close(Socket);
+        return ntohs(Address.sin_port);
+    }
+    bool Answers() const
+    {
+        const int Socket = socket(AF_INET, SOCK_STREAM, 0);
+        const sockaddr_in Address{
+            AF_INET, htons(static_cast<std::uint16_t>(FPort)), {htonl(INADDR_LOOPBACK)}, {}};
+        const bool Connected =
+            connect(Socket, reinterpret_cast<const sockaddr*>(&Address), sizeof(Address)) == 0;
+        close(Socket);
+        return Connected;
+    }
+    static pid_t Spawn(std::vector<std::string> AArguments)
+    {
+        std::vector<char*> Arguments;
+        for (std::string& Argument : AArguments)
+            Arguments.push_back(Argument.data());
+        Arguments.push_back(nullptr);
+        pid_t Process = -1;
+        posix_spawnp(&Process, Arguments[0], nullptr, nullptr, Arguments.data(), environ);
+        return Process;
+    }
+    static void Run(const std::vector<std::string>& AArguments) { waitpid(Spawn(AArguments), nullptr, 0); }
+
+    const std::string FFolder;
+    const int FPort;
+    pid_t FProcess = -1;
+};
+
+} // namespace Zn
