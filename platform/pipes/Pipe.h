@@ -45,7 +45,7 @@ public:
 
 private:
     bool IsServer() const { return !FFile.empty(); }
-    std::uint32_t AcceptClient();
+    std::uint32_t AcceptClient() ZN_REQUIRES(FMutex);
     void End(std::uint32_t AError);
 
     const std::string FFile; // of a server
