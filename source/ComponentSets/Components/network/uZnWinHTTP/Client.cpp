@@ -12,7 +12,7 @@ TZnWinHTTPClient::TZnWinHTTPClient(TComponent* AOwner)
 TZnWinHTTPClient::~TZnWinHTTPClient()
 {
     FLink->Clear();
-    TZnWinHTTPSession* const Session = FSession;
+    TZnWinHTTPSession* const Session = PresentSession();
     if (Session == nullptr)
         return;
     Session->GetConnections().RemoveClient(this);
@@ -29,21 +29,33 @@ std::shared_ptr<IZnHTTPSession> TZnWinHTTPClient::GetSession()
 
 TZnWinHTTPSession& TZnWinHTTPClient::GetWinHTTPSession()
 {
-    TZnWinHTTPSession* const Session = FSession;
+    TZnWinHTTPSession* const Session = PresentSession();
     return Session != nullptr ? *Session : MakeSession({});
+}
+
+TZnWinHTTPSession* TZnWinHTTPClient::PresentSession() const
+{
+    const TSessionLink* const Link = FSession;
+    return Link == nullptr ? nullptr : Link->Get();
+}
+
+void TZnWinHTTPClient::UseSession(TZnWinHTTPSession& ASession)
+{
+    FLinks.push_back(ASession.GetLink());
+    FSession = ASession.GetLink().get();
 }
 
 /// A session that another thread made meanwhile will do.
 TZnWinHTTPSession& TZnWinHTTPClient::MakeSession(const std::string& AUserAgent)
 {
     const TZnLockGuard Guard(FSessionLock);
-    if (FSession == nullptr) {
-        auto* const Session = new TZnWinHTTPSession(this);
-        if (!AUserAgent.empty())
-            Session->SetUserAgent(AUserAgent);
-        FSession = Session;
-    }
-    return *FSession;
+    if (TZnWinHTTPSession* const Present = PresentSession())
+        return *Present;
+    auto* const Session = new TZnWinHTTPSession(this);
+    if (!AUserAgent.empty())
+        Session->SetUserAgent(AUserAgent);
+    UseSession(*Session);
+    return *Session;
 }
 
 void TZnWinHTTPClient::SetSession(const std::shared_ptr<IZnHTTPSession>& AValue)
@@ -61,27 +73,20 @@ void TZnWinHTTPClient::SetSession(const std::shared_ptr<IZnHTTPSession>& AValue)
 
 void TZnWinHTTPClient::SetSession(TZnWinHTTPSession* AValue)
 {
-    TZnWinHTTPSession* const Old = FSession;
-    if (Old == AValue)
+    TZnWinHTTPSession* const Old = PresentSession();
+    if (Old == AValue && AValue != nullptr)
         return;
-    if (Old != nullptr) {
+    if (Old != nullptr)
         Old->GetConnections().RemoveClient(this);
-        RemoveFreeNotification(Old);
-    }
-    FSession = AValue;
-    FreeNotification(AValue);
-}
-
-void TZnWinHTTPClient::Notification(TComponent* AComponent, TOperation AOperation)
-{
-    TZnHTTPClientBase::Notification(AComponent, AOperation);
-    if (AOperation == opRemove && AComponent == FSession)
-        FSession = nullptr;
+    const TZnLockGuard Guard(FSessionLock);
+    FSession = nullptr;
+    if (AValue != nullptr)
+        UseSession(*AValue);
 }
 
 TZnWinHTTPSession& TZnWinHTTPClient::CheckSession()
 {
-    TZnWinHTTPSession* const Present = FSession;
+    TZnWinHTTPSession* const Present = PresentSession();
     TZnWinHTTPSession& Session =
         Present != nullptr ? *Present : MakeSession(GetRequestHeaders().GetUserAgent());
     Session.Open();

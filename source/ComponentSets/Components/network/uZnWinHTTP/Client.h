@@ -3,6 +3,7 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "common/Locks.h"
 #include "uZnWinHTTP/ComponentLink.h"
@@ -52,16 +53,23 @@ public:
     /// For requests and responses, which may outlive the client.
     const std::shared_ptr<Zn::ComponentLink<TZnWinHTTPClient>>& GetLink() const { return FLink; }
 
-protected:
-    void Notification(TComponent* AComponent, TOperation AOperation) override;
-
 private:
     TZnWinHTTPSession& CheckSession();
     TZnWinHTTPSession& MakeSession(const std::string& AUserAgent);
     TZnWinHTTPSession& PrepareSession();
 
-    std::atomic<TZnWinHTTPSession*> FSession{nullptr};
+    using TSessionLink = Zn::ComponentLink<TZnWinHTTPSession>;
+
+    /// nullptr when there is none, or when it is gone.
+    TZnWinHTTPSession* PresentSession() const;
+    void UseSession(TZnWinHTTPSession& ASession) ZN_REQUIRES(FSessionLock);
+
+    // A link instead of a free notification, whose lists belong to one thread: clients of several threads may
+    // share a session. Read without the lock.
+    std::atomic<TSessionLink*> FSession{nullptr};
     TZnCriticalSection FSessionLock; // one thread makes the session
+    std::vector<std::shared_ptr<TSessionLink>>
+        FLinks ZN_GUARDED_BY(FSessionLock); // keeps what FSession named
     TWINHTTP_AUTH_SCHEME FProxyAuthentication = asBASIC;
     std::string FClientCertificatePassword;
     std::shared_ptr<Zn::ComponentLink<TZnWinHTTPClient>> FLink;
