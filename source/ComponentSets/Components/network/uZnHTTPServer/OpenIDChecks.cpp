@@ -1,5 +1,6 @@
 // What a token of the provider claims beside who it is for: each check only where it was asked for.
 
+#include <algorithm>
 #include <chrono>
 
 #include "common/Text.h"
@@ -67,10 +68,19 @@ void CheckTimes(const TZnJWT& AToken, double ASkew)
         Zn::RefuseToken("The token is not valid yet!");
 }
 
+/// The nonce went out as it stands, and a provider reads a "+" in a query as a blank. (The state is a blank there
+/// as well, but the browser's form turns it back into the "+".)
+std::string AsProviderReads(std::string ANonce)
+{
+    std::replace(ANonce.begin(), ANonce.end(), '+', ' ');
+    return ANonce;
+}
+
 void CheckNonce(const TZnJWT& AToken, const std::string& ANonce)
 {
     std::string Nonce;
-    if (!AToken.GetClaim("nonce", Nonce, false) || Nonce != ANonce)
+    AToken.GetClaim("nonce", Nonce, false);
+    if (Nonce.empty() || AsProviderReads(Nonce) != AsProviderReads(ANonce))
         Zn::RefuseToken("The token answers another request!");
 }
 

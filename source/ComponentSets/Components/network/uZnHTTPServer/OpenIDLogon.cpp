@@ -9,7 +9,6 @@
 //                                                                |
 //                                    cookie; from here on the session is that of form logon
 
-#include "common/StringList.h"
 #include "common/Text.h"
 #include "uZnHTTPServer/AuthTokenManager.h"
 #include "uZnHTTPServer/ErrorPages.h"
@@ -18,6 +17,7 @@
 #include "uZnHTTPServer/LogonRedirect.h"
 #include "uZnHTTPServer/OAuthToken.h"
 #include "uZnHTTPServer/OpenIDConnect.h"
+#include "uZnHTTPServer/ProviderPost.h"
 #include "uZnHTTPServer/Server.h"
 #include "uZnHTTPServer/Worker.h"
 
@@ -27,23 +27,6 @@ namespace
 constexpr std::int64_t cMaxAnswer = 512 * 1024;  // bytes; a longer post is none of a provider
 constexpr std::int32_t cForEver = 2'147'483'647; // s
 constexpr double cPasswordDays = 365;
-
-struct ProviderAnswer
-{
-    std::string IdToken;
-    std::string Code;
-    std::string State;
-};
-
-/// The values as they arrive: what stands in these is not escaped by providers.
-ProviderAnswer ReadAnswer(std::string_view ABody)
-{
-    TStringList Fields;
-    ZnTokenize(ABody, Fields, cZnAmpersand);
-    return {.IdToken = Fields.GetValue("id_token"),
-            .Code = Fields.GetValue("code"),
-            .State = Fields.GetValue("state")};
-}
 
 std::string UserOf(const TZnJWT& AToken)
 {
@@ -107,7 +90,7 @@ bool TZnCustomHTTPServer::LogOnByProvider(TZnHTTPServerResponseThread& AResponse
     std::shared_ptr<IZnBodyContent> Body;
     if (!AResponseThread.GetBody(Body))
         return true;
-    const ProviderAnswer Answer = ReadAnswer(Body->AsString());
+    const Zn::ProviderPost Answer = Zn::ReadProviderPost(Body->AsString());
     const auto Token = Answer.State.empty() ? nullptr : FAuthTokenManager->FindToken(Answer.State);
     if (!Token)
         return true;
