@@ -20,6 +20,7 @@ void AddAwsCommand(CLI::App& AApp, int& AExitCode);
 void AddConfigCommand(CLI::App& AApp, int& AExitCode);
 void AddFirewallCommand(CLI::App& AApp, int& AExitCode);
 void AddPipeCommand(CLI::App& AApp, int& AExitCode);
+void AddJwtCommand(CLI::App& AApp, int& AExitCode);
 /// request, and get, head, post, put, delete and options.
 void AddRequestCommands(CLI::App& AApp, int& AExitCode);
 void AddS3Command(CLI::App& AApp, int& AExitCode);

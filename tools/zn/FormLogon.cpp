@@ -3,8 +3,8 @@
 namespace Zn
 {
 
-void UseFormLogon(TZnCustomHTTPServer& AServer, const TFormLogonOptions& AOptions,
-                  const std::vector<std::string>& AProtect)
+TFormLogonOptions PagesOf(const TZnCustomHTTPServer& AServer, const TFormLogonOptions& AOptions,
+                          const std::vector<std::string>& AProtect)
 {
     const std::string Root = TZnURLData::Create(AServer.GetBindings()[0]).FilePath; // ends in "/"
     const auto Given = [&](const std::string& AUrl, const std::string& ADefault) {
@@ -12,9 +12,18 @@ void UseFormLogon(TZnCustomHTTPServer& AServer, const TFormLogonOptions& AOption
     };
     std::string First = AProtect.empty() ? "" : AProtect.front();
     First.erase(0, First.find_first_not_of('/'));
-    AServer.SetLogonUrl(Given(AOptions.LogonUrl, "logon.html"));
-    AServer.SetLogoffUrl(Given(AOptions.LogoffUrl, "logoff.html"));
-    AServer.SetDefaultUrl(Given(AOptions.DefaultUrl, First));
+    return {.LogonUrl = Given(AOptions.LogonUrl, "logon.html"),
+            .LogoffUrl = Given(AOptions.LogoffUrl, "logoff.html"),
+            .DefaultUrl = Given(AOptions.DefaultUrl, First)};
+}
+
+void UseFormLogon(TZnCustomHTTPServer& AServer, const TFormLogonOptions& AOptions,
+                  const std::vector<std::string>& AProtect)
+{
+    const TFormLogonOptions Pages = PagesOf(AServer, AOptions, AProtect);
+    AServer.SetLogonUrl(Pages.LogonUrl);
+    AServer.SetLogoffUrl(Pages.LogoffUrl);
+    AServer.SetDefaultUrl(Pages.DefaultUrl);
 }
 
 bool IsLogonPage(const TZnCustomHTTPServer& AServer, const TZnURLData& AUrl)

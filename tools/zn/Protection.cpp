@@ -24,6 +24,20 @@ TProtection::TProtection(TZnHTTPAuthentication AScheme, const TUserFile& AUsers,
     if (FHashes.empty())
         throw Exception(FRealm.empty() ? "The file of accounts is empty: add one with zn users add"
                                        : "There is no account for the realm \"" + FRealm + "\".");
+    AddPaths(APaths);
+}
+
+TProtection::TProtection(const TUserFile* AUsers, const std::vector<std::string>& APaths)
+    : FScheme(authOAuth2),
+      FHashes(AUsers == nullptr ? decltype(FHashes)() : AUsers->HashesOf(AUsers->FirstRealm()))
+{
+    if (AUsers != nullptr && FHashes.empty())
+        throw Exception("The file of accounts is empty: add one with zn users add");
+    AddPaths(APaths);
+}
+
+void TProtection::AddPaths(const std::vector<std::string>& APaths)
+{
     for (const std::string& Path : APaths)
         AddPath(Path);
     if (APaths.empty())
@@ -40,6 +54,15 @@ void TProtection::AddPath(const std::string& APath)
 
 void TProtection::Attach(TZnCustomHTTPServer& AServer) const
 {
+    if (FScheme == authOAuth2) {
+        AServer.SetOnGetStoredPassword([this](TZnCustomHTTPServer&, TZnHTTPAuthentication AScheme,
+                                              const std::string& AUser, std::string&, std::string& ARole,
+                                              std::string&, TDateTime&) {
+            ARole = "User";
+            return AScheme == authOAuth2 && IsKnownToProvider(AUser); // nobody has a password here
+        });
+        return;
+    }
     AServer.SetAuthenticationRealm(FRealm);
     AServer.SetOnGetStoredPassword([this](TZnCustomHTTPServer&, TZnHTTPAuthentication,
                                           const std::string& AUser, std::string& AHash, std::string& ARole,
@@ -55,7 +78,7 @@ void TProtection::Attach(TZnCustomHTTPServer& AServer) const
 
 void TProtection::Check(const TZnHTTPServerRequest& ARequest, std::string_view APath) const
 {
-    if (ARequest.AuthenticationType == authNone && NeedsLogon(APath))
+    if (Refuses(ARequest, APath))
         throw EZnHTTPAuthenticationFailure(FScheme, "Log on to see this page.", 401);
 }
 
@@ -74,7 +97,8 @@ void RespondPrivate(TExchange& AExchange)
 {
     const TZnHTTPServerRequest& Request = AExchange.Request;
     if (Request.AuthenticationType == authNone) // not protected: the server has no accounts
-        throw EZnHTTPNotFound("There is nothing private here: start zn serve with --auth and --users.");
+        throw EZnHTTPNotFound("There is nothing private here: start zn serve with --auth and --users, or "
+                              "with --oidc-client-id.");
     const char* const How = Request.AuthenticationType == authBasic    ? "Basic"
                             : Request.AuthenticationType == authDigest ? "Digest"
                                                                        : "a session";

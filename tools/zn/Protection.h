@@ -23,6 +23,10 @@ public:
     TProtection(TZnHTTPAuthentication AScheme, const TUserFile& AUsers, std::string ARealm,
                 const std::vector<std::string>& APaths);
 
+    /// For an identity provider: it checks who somebody is. AUsers are those who may log on, of the file's
+    /// first realm; none lets everybody in whom the provider knows.
+    TProtection(const TUserFile* AUsers, const std::vector<std::string>& APaths);
+
     /// Adds a path to those that need a logon.
     void AddPath(const std::string& APath);
 
@@ -32,8 +36,18 @@ public:
     /// Raises EZnHTTPAuthenticationFailure 401 when APath, as in the URL but without the binding's part,
     /// needs a logon and the caller has none.
     void Check(const TZnHTTPServerRequest& ARequest, std::string_view APath) const;
+    /// Whether Check would raise.
+    bool Refuses(const TZnHTTPServerRequest& ARequest, std::string_view APath) const
+    {
+        return ARequest.AuthenticationType == authNone && NeedsLogon(APath);
+    }
 
 private:
+    void AddPaths(const std::vector<std::string>& APaths);
+    bool IsKnownToProvider(const std::string& AUser) const
+    {
+        return FHashes.empty() || FHashes.contains(AUser);
+    }
     bool NeedsLogon(std::string_view APath) const;
 
     const TZnHTTPAuthentication FScheme;

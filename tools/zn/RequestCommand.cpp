@@ -44,6 +44,32 @@ void AddSecurityFlag(CLI::App& ACommand, const TOptions& AOptions, const char* A
         ADescription);
 }
 
+void AddOAuthOptions(CLI::App& ACommand, TOAuthOptions& ATo)
+{
+    AddChoice<TZnOAuthGrantType>(
+        ACommand, "--oauth-grant", ATo.Grant,
+        {{"authorize", oagtAuthorize},
+         {"implicit", oagtImplicit},
+         {"password", oagtPassword},
+         {"client", oagtClientCredentials}},
+        "With --auth oauth2: by a code (the default) or token from the authorization "
+        "page in $BROWSER, or with --user from the token endpoint");
+    const auto Add = [&](const char* AName, std::string& AValue, const char* AType, const char* AHelp) {
+        ACommand.add_option(AName, AValue, AHelp)->type_name(AType);
+    };
+    Add("--client-id", ATo.ClientId, "ID", "What the provider knows this client as");
+    Add("--client-secret-file", ATo.ClientSecretFile, "FILE",
+        "The client's secret, if it has one (default: ZN_CLIENT_SECRET)");
+    Add("--client-secret", ATo.ClientSecret, "TEXT", "The same, for all who list processes to see");
+    Add("--auth-endpoint", ATo.AuthEndpoint, "URL", "The authorization page");
+    Add("--token-endpoint", ATo.TokenEndpoint, "URL", "Where tokens are given");
+    Add("--redirect-uri", ATo.RedirectUri, "URL",
+        "Where the browser comes back to: http://localhost:PORT/NAME, as it is registered");
+    Add("--scope", ATo.Scope, "NAMES", "What to ask for");
+    ACommand.add_flag("--pkce", ATo.UsePKCE, "Bind the code to this client by a proof (RFC 7636)");
+    ACommand.add_flag("--state", ATo.UseState, "Refuse an answer that belongs to another request");
+}
+
 void AddOptions(CLI::App& ACommand, const TOptions& AOptions)
 {
     TRequestCommand& To = *AOptions;
@@ -61,8 +87,10 @@ void AddOptions(CLI::App& ACommand, const TOptions& AOptions)
                                       {"basic", authBasic},
                                       {"digest", authDigest},
                                       {"ntlm", authNTLM},
-                                      {"negotiate", authNEGIOTIATE}},
+                                      {"negotiate", authNEGIOTIATE},
+                                      {"oauth2", authOAuth2}},
                                      "How to log on at first; none answers what the server asks for");
+    AddOAuthOptions(ACommand, To.OAuth);
     ACommand.add_option("--proxy", To.Proxy, "Go through this proxy, not the environment's; or \"direct\"")
         ->type_name("HOST:PORT");
     ACommand.add_option("--proxy-user", To.ProxyUser, "Log on to the proxy")->type_name("USER[:PASSWORD]");

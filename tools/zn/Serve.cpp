@@ -107,17 +107,30 @@ bool IsServed(const std::string& AFileName, const std::string& AFolder)
                         [](const auto& AName) { return TSiteFolder::IsHidden(AName.string()); });
 }
 
+void RefuseServed(const std::string& AWhat, const std::string& AFileName, const std::string& AFolder)
+{
+    if (!AFileName.empty() && IsServed(AFileName, AFolder))
+        throw Exception(AWhat + " would be served as well: keep " + AFileName + " outside of " + AFolder);
+}
+
 /// Who may see what, by the command line; nothing when everybody may see everything.
 std::optional<TProtection> MakeProtection(const TServeOptions& AOptions)
 {
-    if (AOptions.Auth.empty())
+    const bool IsByProvider = !AOptions.OpenID.ClientId.empty();
+    if (AOptions.Auth.empty() && !IsByProvider)
         return std::nullopt;
     // Whoever has the hashes can log on by Digest.
-    if (IsServed(AOptions.UsersFile, AOptions.Folder))
-        throw Exception("the file of accounts would be served as well: keep " + AOptions.UsersFile +
-                        " outside of " + AOptions.Folder);
-    std::optional<TProtection> Protection(std::in_place, AOptions.Auth == "basic" ? authBasic : authDigest,
-                                          TUserFile(AOptions.UsersFile), AOptions.Realm, AOptions.Protect);
+    RefuseServed("the file of accounts", AOptions.UsersFile, AOptions.Folder);
+    RefuseServed("the file with the client's secret", AOptions.OpenID.ClientSecretFile, AOptions.Folder);
+    std::optional<TUserFile> Users;
+    if (!AOptions.UsersFile.empty())
+        Users.emplace(AOptions.UsersFile);
+    std::optional<TProtection> Protection;
+    if (IsByProvider)
+        Protection.emplace(Users ? &*Users : nullptr, AOptions.Protect);
+    else
+        Protection.emplace(AOptions.Auth == "basic" ? authBasic : authDigest, Users.value(), AOptions.Realm,
+                           AOptions.Protect);
     if (AOptions.Demo)
         Protection->AddPath("/demo/private");
     return Protection;
@@ -168,6 +181,12 @@ int RunServe(const TServeOptions& AOptions)
         }
         if (AOptions.Auth == "form")
             UseFormLogon(Server, AOptions.FormLogon, AOptions.Protect);
+        std::optional<TOpenIDLogon> Provider;
+        if (!AOptions.OpenID.ClientId.empty()) {
+            const TFormLogonOptions Pages = PagesOf(Server, AOptions.FormLogon, AOptions.Protect);
+            Server.SetLogoffUrl(Pages.LogoffUrl);
+            Server.LogOnBy(Provider.emplace(Server, AOptions.OpenID, Pages.DefaultUrl));
+        }
         UseCertificate(Server, AOptions);
         for (const std::string& Line : AOptions.CSPLines)
             Server.GetCSPDirectives().Add(Line);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tools/zn/FormLogon.h"
+#include "tools/zn/OpenIDLogon.h"
 
 namespace Zn
 {
@@ -24,6 +25,7 @@ struct TServeOptions
     std::string Realm;                // empty: the realm of the file's first account
     std::vector<std::string> Protect; // paths below each binding; none: all
     TFormLogonOptions FormLogon;
+    TOpenIDOptions OpenID;
     std::string CertificateFile; // PEM, for the https bindings; empty: what the SSL binding list says
     std::string KeyFile;         // PEM; empty: the key stands in CertificateFile
     std::string ClientCAFile;    // PEM; not empty: clients are asked for a certificate

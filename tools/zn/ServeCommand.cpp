@@ -8,6 +8,51 @@
 namespace Zn
 {
 
+namespace
+{
+
+void AddProviderOptions(CLI::App& ACommand, TOpenIDOptions& AOptions, CLI::Option& AAuth)
+{
+    CLI::Option* const Client =
+        ACommand
+            .add_option("--oidc-client-id", AOptions.ClientId,
+                        "Let an OpenID Connect provider log visitors on; it knows this site by that name")
+            ->type_name("ID")
+            ->excludes(&AAuth);
+    const auto Add = [&](const char* AName, std::string& AUrl, const char* AHelp) {
+        CLI::Option* const Option = ACommand.add_option(AName, AUrl, AHelp)->type_name("URL");
+        Option->needs(Client);
+        return Option;
+    };
+    Client->needs(Add("--oidc-discovery", AOptions.DiscoveryUrl,
+                      "The provider's .well-known/openid-configuration, which leads to its keys"));
+    Client->needs(Add("--oidc-authorize", AOptions.AuthorizeUrl, "The provider's authorization endpoint"));
+    Client->needs(Add("--oidc-redirect", AOptions.RedirectUri,
+                      "Where the provider sends visitors back to: a folder or page of this site, as it is "
+                      "registered there"));
+    Add("--oidc-issuer", AOptions.Issuer, "Take the tokens of this issuer only");
+    Add("--oidc-token", AOptions.TokenUrl,
+        "The provider's token endpoint: use the code flow (default: the implicit flow)");
+    ACommand
+        .add_option("--oidc-client-secret-file", AOptions.ClientSecretFile,
+                    "File with the secret for the code flow (default: ZN_OIDC_CLIENT_SECRET)")
+        ->type_name("FILE")
+        ->check(CLI::ExistingFile)
+        ->needs(Client);
+}
+
+/// What is for any kind of logon makes no sense without one.
+void CheckLogonOptions(const CLI::App& ACommand)
+{
+    if (ACommand.count("--auth") + ACommand.count("--oidc-client-id") > 0)
+        return;
+    for (const char* const Name : {"--users", "--protect", "--logoff-url", "--default-url"})
+        if (ACommand.count(Name) > 0)
+            throw CLI::RequiresError(Name, "--auth or --oidc-client-id");
+}
+
+} // namespace
+
 void AddServeCommand(CLI::App& AApp, int& AExitCode)
 {
     CLI::App* Command = AApp.add_subcommand("serve", "Serve a folder over HTTP");
@@ -53,8 +98,7 @@ void AddServeCommand(CLI::App& AApp, int& AExitCode)
     CLI::Option* const Users =
         Command->add_option("--users", Options->UsersFile, "File of accounts; see zn users add")
             ->type_name("FILE")
-            ->check(CLI::ExistingFile)
-            ->needs(Auth);
+            ->check(CLI::ExistingFile);
     Auth->needs(Users);
     Command->add_option("--realm", Options->Realm, "Which of them (default: the realm of the first one)")
         ->needs(Auth);
@@ -62,22 +106,27 @@ void AddServeCommand(CLI::App& AApp, int& AExitCode)
         ->add_option("--protect", Options->Protect,
                      "Path that needs a logon, with all below it; may be repeated (default: /)")
         ->type_name("PATH")
-        ->allow_extra_args(false)
-        ->needs(Auth);
+        ->allow_extra_args(false);
     const auto AddFormUrl = [&](const char* AName, std::string& AUrl, const char* AHelp) {
-        Command->add_option(AName, AUrl, AHelp)->type_name("PATH")->needs(Auth);
+        return Command->add_option(AName, AUrl, AHelp)->type_name("PATH");
     };
     AddFormUrl("--logon-url", Options->FormLogon.LogonUrl,
                "With --auth form: page that posts userName and password to itself (default: logon.html of "
-               "the binding)");
-    AddFormUrl("--logoff-url", Options->FormLogon.LogoffUrl,
-               "With --auth form: page that ends a session (default: logoff.html of the binding)");
+               "the binding)")
+        ->needs(Auth);
     AddFormUrl(
-        "--default-url", Options->FormLogon.DefaultUrl,
-        "With --auth form: where visitors of the logon page begin (default: the first protected path)");
+        "--logoff-url", Options->FormLogon.LogoffUrl,
+        "With --auth form or a provider: page that ends a session (default: logoff.html of the binding)");
+    AddFormUrl("--default-url", Options->FormLogon.DefaultUrl,
+               "With --auth form or a provider: where visitors of the logon page, and who comes from the "
+               "provider, begin (default: the first protected path)");
+    AddProviderOptions(*Command, Options->OpenID, *Auth);
     Command->add_flag("--demo", Options->Demo, "Add handlers that show the server below /demo/");
 
-    Command->callback([Options, &AExitCode] { AExitCode = RunServe(*Options); });
+    Command->callback([Options, Command, &AExitCode] {
+        CheckLogonOptions(*Command);
+        AExitCode = RunServe(*Options);
+    });
 }
 
 } // namespace Zn

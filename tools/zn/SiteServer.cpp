@@ -60,6 +60,11 @@ void TSiteServer::Protect(const TProtection& AProtection)
     AProtection.Attach(*this);
 }
 
+void TSiteServer::LogOnBy(const TOpenIDLogon& AProvider)
+{
+    FOpenID = &AProvider;
+}
+
 void TSiteServer::DoOnResponse(TZnHTTPServerResponseThread& AResponseThread, const TZnHTTPServerOnResponse&)
 {
     const auto Start = std::chrono::steady_clock::now();
@@ -89,12 +94,30 @@ void TSiteServer::Respond(TExchange& AExchange) const
     const std::string_view Path = AExchange.Request.UrlData.FilePath;
     const std::string_view Prefix = PrefixOf(Path);
     const std::string_view Rest = Path.substr(Prefix.size());
+    if (FOpenID != nullptr && RespondByProvider(AExchange, Rest))
+        return;
     if (FProtection && !IsLogonPage(*this, AExchange.Request.UrlData))
         FProtection->Check(AExchange.Request, Rest);
     if (FDemo && Rest.starts_with(cDemoFolder))
         RespondDemo(AExchange, Rest.substr(cDemoFolder.size()));
     else
         FFiles.Respond(AExchange, Prefix, Rest);
+}
+
+/// True when it has answered: a stranger is on his way to the provider, or somebody has come back from it.
+bool TSiteServer::RespondByProvider(TExchange& AExchange, std::string_view APath) const
+{
+    const TZnHTTPServerRequest& Request = AExchange.Request;
+    const bool IsRedirectPage = FOpenID->IsRedirectPage(Request.UrlData);
+    if (Request.AuthenticationType != authNone) {
+        if (IsRedirectPage)
+            FOpenID->Welcome(AExchange);
+        return IsRedirectPage;
+    }
+    if (!IsRedirectPage && (IsLogonPage(*this, Request.UrlData) || !FProtection->Refuses(Request, APath)))
+        return false;
+    FOpenID->SendToProvider(AExchange);
+    return true;
 }
 
 /// The part of APath that belongs to the binding it came by. The service compares bindings without

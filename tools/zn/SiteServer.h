@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "tools/zn/Exchange.h"
+#include "tools/zn/OpenIDLogon.h"
 #include "tools/zn/Protection.h"
 #include "tools/zn/StaticFiles.h"
 #include "uZnHTTPServer.h"
@@ -24,6 +25,8 @@ public:
 
     /// Asks for a logon where AProtection says so. It outlives the server.
     void Protect(const TProtection& AProtection);
+    /// Strangers log on there. For a server that is protected; AProvider outlives the server's last request.
+    void LogOnBy(const TOpenIDLogon& AProvider);
 
 protected:
     void DoOnResponse(TZnHTTPServerResponseThread& AResponseThread,
@@ -34,11 +37,13 @@ protected:
 
 private:
     void Respond(TExchange& AExchange) const;
+    bool RespondByProvider(TExchange& AExchange, std::string_view APath) const;
     std::string_view PrefixOf(std::string_view APath) const;
 
     const TStaticFiles& FFiles;
     const bool FDemo;
     const TProtection* FProtection = nullptr;
+    const TOpenIDLogon* FOpenID = nullptr;
     std::vector<std::string>
         FPrefixes; // paths of the bindings, each with "/" at both ends; the longest first
 };

@@ -18,6 +18,7 @@ int main(int argc, char** argv)
     Zn::AddNetworkCommands(App, ExitCode);
     Zn::AddTcpCommand(App, ExitCode);
     Zn::AddFirewallCommand(App, ExitCode);
+    Zn::AddJwtCommand(App, ExitCode);
     Zn::AddWlanCommand(App, ExitCode);
     Zn::AddAwsCommand(App, ExitCode);
     Zn::AddS3Command(App, ExitCode);

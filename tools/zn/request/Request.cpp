@@ -132,6 +132,8 @@ void Configure(TZnWinHTTPClient& AClient, const TRequestCommand& ACommand)
     TakeCredentials(AClient.GetCredentials(), ACommand.User, "ZN_PASSWORD");
     TakeCredentials(AClient.GetProxyCredentials(), ACommand.ProxyUser, "ZN_PROXY_PASSWORD");
     AClient.SetAuthentication(ACommand.Authentication);
+    if (ACommand.Authentication == authOAuth2)
+        TakeOAuthOptions(AClient.GetOAuth(), ACommand.OAuth);
     AClient.SetRedirectPolicy(ACommand.Redirect);
     AClient.SetCookieHandling(ACommand.Cookies);
     AClient.SetSecurityFlags(ACommand.SecurityFlags);
@@ -154,9 +156,11 @@ void Configure(TZnWinHTTPClient& AClient, const TRequestCommand& ACommand)
                 ASet(Certificate.data(), static_cast<std::uint32_t>(Certificate.size()));
             });
     }
-    // Here, and so behind the library's own: what the user asks for replaces it.
+    // Here, and so behind the library's own: what the user asks for replaces it. The requests that get an
+    // access token go to others.
     AClient.SetOnRequest([&ACommand](TObject*, const std::shared_ptr<IZnHTTPRequest>& ARequest) {
-        AddHeaders(*ARequest, ACommand.Headers);
+        if (ACommand.Authentication != authOAuth2 || ARequest->GetURL() == ACommand.Url)
+            AddHeaders(*ARequest, ACommand.Headers);
     });
 }
 
@@ -257,8 +261,8 @@ int RunRequest(const TRequestCommand& ACommand)
         return Fail(cExitUsage, Error.Message());
     } catch (const EInvalidArgument& Error) {
         return Fail(cExitUsage, Error.Message());
-    } catch (const EZnHTTPInvalidArgument& Error) {
-        return Fail(cExitUsage, Error.Message());
+    } catch (const EZnHTTPInvalidArgument& Error) { // with OAuth, also what the token endpoint refuses with
+        return Fail(ACommand.Authentication == authOAuth2 ? cExitFailure : cExitUsage, Error.Message());
     } catch (const EZnHTTPTimeOut& Error) {
         return Fail(cExitTimeOut, Error.Message());
     } catch (const EZnHTTPConnect& Error) {

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/zn/request/OAuth.h"
 #include "uZnHTTPClient.h"
 
 namespace Zn
@@ -29,7 +30,8 @@ struct TRequestCommand
     bool ListMethods = false; // print what the server allows in the place of the body
     std::string User;         // "name:password"; without ":" the password is asked for
     TZnHTTPAuthentication Authentication = authNone;
-    std::string Proxy; // "host:port", "direct", or empty: as the environment says
+    TOAuthOptions OAuth; // for authOAuth2
+    std::string Proxy;   // "host:port", "direct", or empty: as the environment says
     std::string ProxyUser;
     TZnHTTRedirectPolicy Redirect = rdpDisallowHttpsToHttp;
     TZnHTTPCookieHandling Cookies = chAutomatic;
