@@ -23,6 +23,9 @@ public:
     std::string Modulus() const { return NumberOf(OSSL_PKEY_PARAM_RSA_N); }
     std::string Exponent() const { return NumberOf(OSSL_PKEY_PARAM_RSA_E); }
 
+    /// Both halves; the signer's.
+    EVP_PKEY* Key() const { return FKey.get(); }
+
     /// A key set with this one key.
     std::string KeySet(const std::string& AKid) const { return KeySet(AKid, Modulus(), Exponent()); }
     static std::string KeySet(const std::string& AKid, const std::string& AModulus,
