@@ -140,10 +140,6 @@ TEST_F(OpenIDLogon, StrangersAreSentOnlyWhereTheyCanLogOn)
     EXPECT_EQ(Get("demo/private/x.png").Status, 403);
     // Nobody has a password here.
     EXPECT_EQ(Get("private.html", {"--user", "ada:any"}).Status, 302);
-    // By another name of this computer: to the registered one, but not round and round.
-    const std::string Other = "http://127.0.0.1:" + Port + "/";
-    EXPECT_EQ(Curl({Other + "private.html"}).Status, 0) << "bound to localhost alone";
-
     const std::string State = Sent["location"].substr(Sent["location"].rfind('=') + 1);
     const auto Post = [&](const std::string& AForm) { return Get("oidc/", {"-d", AForm}); };
     const std::string Token = Tests::TokenSigner().Sign(R"({"alg":"RS256","kid":"k"})", "{}", "SHA256");

@@ -158,7 +158,7 @@ TEST_F(JWT, LooksAtClaimsOnlyWhereItWasAskedTo)
         OIDC.SetChecks(AChecks);
         const TZnJWT Token(Signer().Sign(cHeader, AClaims, "SHA256"), OIDC);
         try {
-            OIDC.CheckClaims(Token, "state");
+            OIDC.CheckClaims(Token, "st+ate");
             return std::string();
         } catch (const EZnHTTPServerAuthGetTokenFailure& E) {
             return E.Message();
@@ -196,9 +196,10 @@ TEST_F(JWT, LooksAtClaimsOnlyWhereItWasAskedTo)
         Says(RefusalOfClaims("{\"exp\":" + In(900) + ",\"nbf\":" + In(120) + "}", Times), "not valid yet"));
 
     const TZnOpenIDChecks Nonce{.Nonce = true};
-    EXPECT_EQ(RefusalOfClaims(R"({"nonce":"state"})", Nonce), "");
+    EXPECT_EQ(RefusalOfClaims(R"({"nonce":"st+ate"})", Nonce), "");
+    EXPECT_EQ(RefusalOfClaims(R"({"nonce":"st ate"})", Nonce), ""); // as from a query
     EXPECT_TRUE(Says(RefusalOfClaims("{}", Nonce), "another request"));
-    EXPECT_TRUE(Says(RefusalOfClaims(R"({"nonce":"State"})", Nonce), "another request"));
+    EXPECT_TRUE(Says(RefusalOfClaims(R"({"nonce":"St+ate"})", Nonce), "another request"));
 }
 
 TEST_F(JWT, IsConfiguredByWhatItsFlowNeeds)
