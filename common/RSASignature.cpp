@@ -2,6 +2,7 @@
 
 #include <array>
 #include <bit>
+#include <mutex>
 #include <optional>
 
 #include <openssl/core_names.h>
@@ -17,6 +18,7 @@ namespace
 constexpr std::uint32_t cMagic = 0x31415352; // "RSA1"
 constexpr std::size_t cBlobHeader = 24;      // bytes
 constexpr std::size_t cMaxExponent = 8;      // bytes
+constexpr std::size_t cDigests = 3;
 
 template <auto AFree>
 struct Freed
@@ -33,14 +35,18 @@ using NumberPtr = std::unique_ptr<BIGNUM, Freed<BN_free>>;
 using BuilderPtr = std::unique_ptr<OSSL_PARAM_BLD, Freed<OSSL_PARAM_BLD_free>>;
 using ParamsPtr = std::unique_ptr<OSSL_PARAM, Freed<OSSL_PARAM_free>>;
 
+std::size_t IndexOf(TZnCryptAlgorithm AAlgorithm)
+{
+    return static_cast<std::size_t>(AAlgorithm) - static_cast<std::size_t>(TZnCryptAlgorithm::SHA256);
+}
+
 const EVP_MD* Digest(TZnCryptAlgorithm AAlgorithm)
 {
     // Looking one up by name costs more than hashing a short text: once is enough.
     static const EVP_MD* const Kinds[] = {EVP_MD_fetch(nullptr, "SHA2-256", nullptr),
                                           EVP_MD_fetch(nullptr, "SHA2-384", nullptr),
                                           EVP_MD_fetch(nullptr, "SHA2-512", nullptr)};
-    const EVP_MD* const Kind =
-        Kinds[static_cast<std::size_t>(AAlgorithm) - static_cast<std::size_t>(TZnCryptAlgorithm::SHA256)];
+    const EVP_MD* const Kind = Kinds[IndexOf(AAlgorithm)];
     if (Kind == nullptr)
         throw Exception("The system's OpenSSL has no SHA-2 of that length!");
     return Kind;
@@ -127,11 +133,30 @@ KeyPtr MakeKey(const KeyParts& AParts)
     return KeyPtr(Key);
 }
 
+ContextPtr MakeContext(EVP_PKEY* AKey, TZnCryptAlgorithm AAlgorithm)
+{
+    ContextPtr Context(EVP_PKEY_CTX_new(AKey, nullptr));
+    Check(Context ? 1 : 0);
+    Check(EVP_PKEY_verify_init(Context.get()));
+    Check(EVP_PKEY_CTX_set_rsa_padding(Context.get(), RSA_PKCS1_PADDING));
+    Check(EVP_PKEY_CTX_set_signature_md(Context.get(), Digest(AAlgorithm)));
+    return Context;
+}
+
 } // namespace
 
 struct TZnRSAPublicKey::TKey
 {
+    /// Getting a context ready takes a good part of a check's time, so one is kept. Who finds it in use makes
+    /// another one: a wait would cost more.
+    struct TReady
+    {
+        std::mutex Lock;
+        ContextPtr Context; // under Lock
+    };
+
     KeyPtr Key;
+    std::array<TReady, cDigests> Ready; // by digest
 };
 
 std::string ZnDigest(TZnCryptAlgorithm AAlgorithm, std::string_view ABytes)
@@ -170,11 +195,15 @@ TZnRSAPublicKey::~TZnRSAPublicKey() = default;
 bool TZnRSAPublicKey::Verify(std::string_view ADigest, std::string_view ASignature,
                              TZnCryptAlgorithm AAlgorithm) const
 {
-    const ContextPtr Context(EVP_PKEY_CTX_new(FKey->Key.get(), nullptr));
-    Check(Context ? 1 : 0);
-    Check(EVP_PKEY_verify_init(Context.get()));
-    Check(EVP_PKEY_CTX_set_rsa_padding(Context.get(), RSA_PKCS1_PADDING));
-    Check(EVP_PKEY_CTX_set_signature_md(Context.get(), Digest(AAlgorithm)));
-    return EVP_PKEY_verify(Context.get(), Bytes(ASignature), ASignature.size(), Bytes(ADigest),
-                           ADigest.size()) == 1;
+    const auto IsSigned = [&](EVP_PKEY_CTX* AContext) {
+        return EVP_PKEY_verify(AContext, Bytes(ASignature), ASignature.size(), Bytes(ADigest),
+                               ADigest.size()) == 1;
+    };
+    TKey::TReady& Ready = FKey->Ready[IndexOf(AAlgorithm)];
+    const std::unique_lock Guard(Ready.Lock, std::try_to_lock);
+    if (!Guard.owns_lock())
+        return IsSigned(MakeContext(FKey->Key.get(), AAlgorithm).get());
+    if (!Ready.Context)
+        Ready.Context = MakeContext(FKey->Key.get(), AAlgorithm);
+    return IsSigned(Ready.Context.get());
 }
