@@ -30,7 +30,8 @@ const provider = new Provider(issuer, {
   clients: settings.clients.map((client) => ({
     client_id: client.id,
     client_secret: client.secret,
-    application_type: "native", // which may have its redirect address on the loopback, by http
+    // Only a native one may have its redirect address on the loopback by http, and not there by https.
+    application_type: client.redirect?.startsWith("https:") ? "web" : "native",
     token_endpoint_auth_method: client.secret ? "client_secret_post" : "none",
     redirect_uris: client.redirect ? [client.redirect] : [],
     response_types: client.types ?? [],
