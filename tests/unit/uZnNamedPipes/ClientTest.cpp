@@ -17,12 +17,16 @@ protected:
         Own().SetPipeName(cPipe);
         Own().SetReceiveSyncType(rsThreaded);
         Own().SetMinWaitBeforeReconnect(5);
-        Own().OnStatusChanged = [this] { ClientLog.Add("status " + std::to_string(Own().GetStatus())); };
-        Own().OnAutoConnectException = [this](TZnNamedPipeConnectionID, const Exception& AException,
-                                              bool& AHandled) {
-            ClientLog.Add(AException.ClassName() + " " +
-                          std::to_string(dynamic_cast<const EZnNamedPipe&>(AException).GetErrorCode()) +
-                          (AHandled ? " handled" : ""));
+        // Both run in the client's destructor as well, when there is no more of this object than what is
+        // named.
+        Own().OnStatusChanged = [&Pipe = Own(), &Log = ClientLog] {
+            Log.Add("status " + std::to_string(Pipe.GetStatus()));
+        };
+        Own().OnAutoConnectException = [&Log = ClientLog](TZnNamedPipeConnectionID,
+                                                          const Exception& AException, bool& AHandled) {
+            Log.Add(AException.ClassName() + " " +
+                    std::to_string(dynamic_cast<const EZnNamedPipe&>(AException).GetErrorCode()) +
+                    (AHandled ? " handled" : ""));
         };
         Server.SetPipeName(cPipe);
         Server.SetReceiveSyncType(rsThreaded);
