@@ -67,7 +67,8 @@ public:
     std::int64_t GetMaxInflatedSize() const { return FMaxInflatedSize; }
     void SetMaxInflatedSize(std::int64_t AValue) { FMaxInflatedSize = AValue; }
 
-    /// Runs for each piece of a body that was read; BytesRead is the size of that piece.
+    /// Runs for each piece of a body that was read; BytesRead is the size of that piece. The client isn't
+    /// freed in it: its destructor waits for the end of such a call on another thread.
     TZnHTTPProgress GetOnProgress() override { return FOnProgress; }
     void SetOnProgress(TZnHTTPProgress AValue) override { FOnProgress = std::move(AValue); }
     /// Runs before a request goes out; it may still add headers and cookies.

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <mutex>
+#include <shared_mutex>
 
 namespace Zn
 {
@@ -15,9 +17,25 @@ public:
 
     /// nullptr when the component is gone.
     T* Get() const { return FComponent.load(); }
-    void Clear() { FComponent.store(nullptr); }
+
+    /// Calls AWork with the component unless it is gone; it doesn't go before AWork has returned.
+    template <class TWork>
+    void Use(TWork AWork) const
+    {
+        const std::shared_lock Guard(FUses);
+        if (T* const Component = FComponent.load())
+            AWork(*Component);
+    }
+
+    /// Waits for what Use is calling: not to be called from there.
+    void Clear()
+    {
+        const std::unique_lock Guard(FUses);
+        FComponent.store(nullptr);
+    }
 
 private:
+    mutable std::shared_mutex FUses;
     std::atomic<T*> FComponent;
 };
 

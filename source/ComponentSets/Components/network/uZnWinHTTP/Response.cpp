@@ -133,8 +133,7 @@ bool TZnHTTPResponse::ReadBody(TStream& AResponse)
         const std::uint32_t Count = WinHttpReadData(
             Handle(), Buffer, std::min(Available, Large ? cLargestPiece : cSmallPiece), false);
         AResponse.WriteBuffer(Buffer, Count);
-        if (TZnWinHTTPClient* const Client = FHTTPClient->Get())
-            Client->DoProgress(&AResponse, Count, Total);
+        FHTTPClient->Use([&](TZnWinHTTPClient& AClient) { AClient.DoProgress(&AResponse, Count, Total); });
         Available = WinHttpQueryDataAvailable(Handle());
     }
     return true;
