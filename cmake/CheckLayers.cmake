@@ -19,4 +19,5 @@ refuse(common "uZn|source/|tools/" "common/ stands below the units")
 refuse(common "platform/(httpapi|httpclient|winhttp|wininet|pipes|iphelper|icmp|wlan|firewall)/"
        "common/ knows no network service")
 refuse(${UNIT_FOLDER} "tools/|CLI/" "units stand below the programs")
+refuse(examples "common/|platform/" "an application includes the headers of units")
 refuse(${UNIT_FOLDER} "${SYSTEM_API}" "units reach the system through platform/ and common/ only")

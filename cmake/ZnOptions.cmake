@@ -2,6 +2,7 @@
 # one set of precompiled standard headers.
 
 option(ZN_BENCHMARKS "Build the benchmark programs and their peers" OFF)
+option(ZN_PACKAGES "Add what Debian packages need to what is installed" OFF)
 option(ZN_FUZZ "Build the libFuzzer targets (Clang)" OFF)
 set(ZN_SANITIZE "" CACHE STRING "Value for -fsanitize=, empty for none")
 
@@ -41,7 +42,9 @@ else()
     # GCC 12 loses track of optional and string storage under -O2 and the sanitizers.
     target_compile_options(zn_compile_options INTERFACE
         -Wno-maybe-uninitialized -Wno-null-dereference -Wno-restrict -Wno-stringop-overflow
-        -Wno-stringop-overread -Wno-array-bounds)
+        -Wno-stringop-overread -Wno-array-bounds
+        # Nobody replaces an exported function by one of the same name, so it may be inlined like any other.
+        -fno-semantic-interposition)
     if(CMAKE_CXX_COMPILER_LAUNCHER)
         target_compile_options(zn_compile_options INTERFACE -fpch-preprocess)
     endif()

@@ -4,8 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "platform/Api.h"
+
 /// Root of the class tree.
-class TObject
+class ZN_API TObject
 {
 public:
     virtual ~TObject() = default;
@@ -15,7 +17,7 @@ public:
 };
 
 /// An object that can be copied onto another one.
-class TPersistent : public TObject
+class ZN_API TPersistent : public TObject
 {
 public:
     /// Makes this object a copy of ASource as far as the two kinds fit; nullptr and kinds that
@@ -25,12 +27,17 @@ public:
 
 protected:
     TPersistent() = default;
+    /// Copies what a subclass has; a TPersistent itself holds nothing.
     TPersistent(const TPersistent&) = default;
+    /// Copies what a subclass has.
     TPersistent& operator=(const TPersistent&) = default;
 
+    /// The other half of Assign: a source that knows ADest's class writes itself into it. Raises
+    /// EConvertError where no subclass does.
     virtual void AssignTo(TPersistent* ADest) const;
 };
 
+/// What Notification tells of: a component came, or is about to go.
 enum TOperation { opInsert, opRemove };
 
 /// An object with an owner and a name, which hears when components that matter to it go.
@@ -41,18 +48,22 @@ enum TOperation { opInsert, opRemove };
 /// Ownership: an owner deletes what it owns, the newest first, in its own destructor. A component
 ///            that goes before leaves its owner's list.
 /// Errors:    SetName raises EComponentError.
-class TComponent : public TPersistent
+class ZN_API TComponent : public TPersistent
 {
 public:
+    /// AOwner frees the component with itself; nullptr: whoever made it does.
     explicit TComponent(TComponent* AOwner = nullptr);
     ~TComponent() override;
     TComponent(const TComponent&) = delete;
     TComponent& operator=(const TComponent&) = delete;
 
+    /// Who frees it; nullptr: nobody but its maker.
     TComponent* GetOwner() const { return FOwner; }
 
     /// The components owned by this one, in the order in which they came.
     int GetComponentCount() const { return static_cast<int>(FComponents.size()); }
+    /// One of those that it owns, in the order of their making. Raises EListError for an index that isn't
+    /// there.
     TComponent* GetComponent(int AIndex) const;
     /// By name without regard to case; nullptr when there is none.
     TComponent* FindComponent(const std::string& AName) const;
@@ -63,6 +74,7 @@ public:
 
     /// Has both hear of the other's end by Notification(opRemove). Asking twice is asking once.
     void FreeNotification(TComponent* AComponent);
+    /// Takes one FreeNotification back, on both sides. Nothing happens without one.
     void RemoveFreeNotification(TComponent* AComponent);
 
 protected:
@@ -71,6 +83,7 @@ protected:
     /// override calls its base class.
     virtual void Notification(TComponent* AComponent, TOperation AOperation);
 
+    /// Its destructor has begun.
     bool IsDestroying() const { return FDestroying; }
 
 private:
@@ -85,7 +98,7 @@ private:
 };
 
 /// A component that can also be held by its interfaces.
-class TZnComponent : public TComponent
+class ZN_API TZnComponent : public TComponent
 {
 public:
     using TComponent::TComponent;
@@ -94,6 +107,7 @@ public:
     /// True: the component is deleted with its last interface reference (it has no owner then).
     /// Default false: references are borrowed from whoever frees it.
     void SetAutoDestroy(bool AValue);
+    /// As SetAutoDestroy left it.
     bool GetAutoDestroy() const { return FAutoDestroy; }
 
     /// A reference to the component by its interface T, or empty if it has no T. References may

@@ -9,6 +9,7 @@
 
 class TStream;
 
+/// How much work goes into making the result shorter.
 enum TZnCompressionLevel : std::uint8_t { clNone, clFastest, clDefault, clMax };
 
 /// A failure of (de)compression: damaged, cut off or oversized data. The code is zlib's.

@@ -6,10 +6,15 @@
 #include <typeinfo>
 #include <utility>
 
+#include "platform/Api.h"
+
 #if defined(__GNUC__)
+/// Has the compiler check arguments against a printf format; both positions count from 1, with `this` as the
+/// first of a method.
 #define ZN_PRINTF_LIKE(AFormatIndex, AFirstArgument)                                                         \
     __attribute__((format(printf, AFormatIndex, AFirstArgument)))
 #else
+/// Nothing to check with.
 #define ZN_PRINTF_LIKE(AFormatIndex, AFirstArgument)
 #endif
 
@@ -21,13 +26,17 @@
     }
 
 /// Root of every exception that the library raises: a text for the user, in UTF-8.
-class Exception : public std::exception
+class ZN_API Exception : public std::exception
 {
 public:
+    /// AMessage is shown to users as it is: UTF-8, no secrets.
     explicit Exception(std::string AMessage) : FMessage(std::move(AMessage)) {}
 
+    /// The text for the user.
     const std::string& Message() const { return FMessage; }
+    /// The same, for code that knows std::exception alone.
     const char* what() const noexcept override { return FMessage.c_str(); }
+    /// The name of the class, as error pages and logs print it.
     virtual std::string ClassName() const { return "Exception"; }
 
 private:
@@ -35,21 +44,24 @@ private:
 };
 
 /// Ends an operation quietly: whoever catches it at the top shows nothing.
-class EAbort : public Exception
+class ZN_API EAbort : public Exception
 {
 public:
+    /// The text is for logs; nothing shows it to the user.
     explicit EAbort(std::string AMessage = "Operation aborted") : Exception(std::move(AMessage)) {}
     ZN_EXCEPTION_NAME("EAbort")
 };
 
-class EInvalidArgument : public Exception
+/// An argument that can't be, told before anything is done.
+class ZN_API EInvalidArgument : public Exception
 {
 public:
     using Exception::Exception;
     ZN_EXCEPTION_NAME("EInvalidArgument")
 };
 
-class EConvertError : public Exception
+/// A text that is no number, date or code, or an object that can't be assigned.
+class ZN_API EConvertError : public Exception
 {
 public:
     using Exception::Exception;
@@ -57,21 +69,23 @@ public:
 };
 
 /// An index outside of a list, or what a list does not take.
-class EListError : public Exception
+class ZN_API EListError : public Exception
 {
 public:
     using Exception::Exception;
     ZN_EXCEPTION_NAME("EListError")
 };
 
-class EStringListError : public EListError
+/// The same of a TStringList.
+class ZN_API EStringListError : public EListError
 {
 public:
     using EListError::EListError;
     ZN_EXCEPTION_NAME("EStringListError")
 };
 
-class EPropReadOnly : public Exception
+/// A property that only shows something was set.
+class ZN_API EPropReadOnly : public Exception
 {
 public:
     using Exception::Exception;
@@ -79,7 +93,7 @@ public:
 };
 
 /// A component's name that is no identifier, or that its owner has already.
-class EComponentError : public Exception
+class ZN_API EComponentError : public Exception
 {
 public:
     using Exception::Exception;
@@ -87,73 +101,83 @@ public:
 };
 
 /// A caller broke the rules of an operation (wrong thread, wrong state). See ZnAssert.
-class EAssertionFailed : public Exception
+class ZN_API EAssertionFailed : public Exception
 {
 public:
     using Exception::Exception;
     ZN_EXCEPTION_NAME("EAssertionFailed")
 };
 
-class EStreamError : public Exception
+/// A stream can't do what is asked; root of the failures of streams and files.
+class ZN_API EStreamError : public Exception
 {
 public:
     using Exception::Exception;
     ZN_EXCEPTION_NAME("EStreamError")
 };
 
-class EReadError : public EStreamError
+/// A stream ended before all was read that had to be.
+class ZN_API EReadError : public EStreamError
 {
 public:
     using EStreamError::EStreamError;
     ZN_EXCEPTION_NAME("EReadError")
 };
 
-class EWriteError : public EStreamError
+/// A stream didn't take all that was written.
+class ZN_API EWriteError : public EStreamError
 {
 public:
     using EStreamError::EStreamError;
     ZN_EXCEPTION_NAME("EWriteError")
 };
 
-class EFCreateError : public EStreamError
+/// A file can't be made; the text has its name and the reason.
+class ZN_API EFCreateError : public EStreamError
 {
 public:
     using EStreamError::EStreamError;
     ZN_EXCEPTION_NAME("EFCreateError")
 };
 
-class EFOpenError : public EStreamError
+/// A file can't be opened; the text has its name and the reason.
+class ZN_API EFOpenError : public EStreamError
 {
 public:
     using EStreamError::EStreamError;
     ZN_EXCEPTION_NAME("EFOpenError")
 };
 
-class EFileNotFoundException : public EFOpenError
+/// A file that isn't there.
+class ZN_API EFileNotFoundException : public EFOpenError
 {
 public:
     using EFOpenError::EFOpenError;
     ZN_EXCEPTION_NAME("EFileNotFoundException")
 };
 
-class EThread : public Exception
+/// A thread can't be started, or can't wait.
+class ZN_API EThread : public Exception
 {
 public:
     using Exception::Exception;
     ZN_EXCEPTION_NAME("EThread")
 };
 
-class EOutOfMemory : public Exception
+/// No memory for what was asked; the object is as it was before.
+class ZN_API EOutOfMemory : public Exception
 {
 public:
+    /// The text tells what the memory was for.
     explicit EOutOfMemory(std::string AMessage = "Out of memory") : Exception(std::move(AMessage)) {}
     ZN_EXCEPTION_NAME("EOutOfMemory")
 };
 
 /// An exception with a number: of the platform (platform/errors) or of a protocol (an HTTP status).
-class EZnException : public Exception
+class ZN_API EZnException : public Exception
 {
 public:
+    /// The text, and the number that GetErrorCode tells.
     EZnException(std::string AMessage, int AErrorCode)
         : Exception(std::move(AMessage)), FErrorCode(AErrorCode)
     {
@@ -163,6 +187,7 @@ public:
     /// The text from a printf format.
     static EZnException CreateFmt(int AErrorCode, const char* AFormat, ...) ZN_PRINTF_LIKE(2, 3);
 
+    /// The number; which contract it belongs to depends on the class (docs/errors.md).
     int GetErrorCode() const { return FErrorCode; }
 
 private:
@@ -170,11 +195,11 @@ private:
 };
 
 /// printf into a string. Arguments are checked by the compiler.
-std::string ZnFormat(const char* AFormat, ...) ZN_PRINTF_LIKE(1, 2);
+ZN_API std::string ZnFormat(const char* AFormat, ...) ZN_PRINTF_LIKE(1, 2);
 
 namespace Zn
 {
-[[noreturn]] void RaiseAssertionFailed(const char* AText);
+[[noreturn]] ZN_API void RaiseAssertionFailed(const char* AText);
 
 /// ZnFormat for the operations with a format of their own.
 std::string FormatList(const char* AFormat, std::va_list AArguments) ZN_PRINTF_LIKE(1, 0);
@@ -191,4 +216,4 @@ inline void ZnAssert(bool ACondition, const char* AText = "Assertion failure")
 }
 
 /// ClassName for the library's exceptions, the type's name in source form for any other.
-std::string ExceptionClassName(const std::exception& AException);
+ZN_API std::string ExceptionClassName(const std::exception& AException);

@@ -19,7 +19,9 @@ class THashSHA2
 public:
     THashSHA2();
     ~THashSHA2();
+    /// Takes the state of AOther over, which is of no use afterwards.
     THashSHA2(THashSHA2&&) noexcept;
+    /// Takes the state of AOther over, which is of no use afterwards.
     THashSHA2& operator=(THashSHA2&&) noexcept;
 
     /// Adds bytes. Not after the digest was taken: that is asserted.
@@ -31,11 +33,14 @@ public:
     /// The same as 64 lower-case hexadecimal digits.
     std::string HashAsString();
 
+    /// SHA-256 of a text at once: 32 bytes.
     static TZnBytes GetHashBytes(std::string_view ABytes);
+    /// SHA-256 of a text at once, as 64 hexadecimal digits in small letters.
     static std::string GetHashString(std::string_view ABytes);
 
     /// HMAC-SHA-256 of ABytes, 32 bytes.
     static TZnBytes GetHMACAsBytes(std::string_view ABytes, std::string_view AKey);
+    /// HMAC (RFC 2104) with SHA-256: 32 bytes. A key may have any length up to 2 GiB.
     static TZnBytes GetHMACAsBytes(std::string_view ABytes, const TZnBytes& AKey);
 
     /// Bytes as lower-case hexadecimal digits.

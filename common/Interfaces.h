@@ -19,11 +19,14 @@ template <class T>
 class TZnObjectAdapter : public virtual IZnObjectAdapter<T>
 {
 public:
+    /// Owns AObject from now on.
     explicit TZnObjectAdapter(std::unique_ptr<T> AObject) : FObject(std::move(AObject)) {}
 
+    /// The object, borrowed: it lives as long as the adapter.
     T* GetObject() override { return FObject.get(); }
 
 protected:
+    /// The object, for subclasses.
     const std::unique_ptr<T>& Object() const { return FObject; }
 
 private:

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "platform/Api.h"
+
 /// A language with a region: {"de", "AT", 0x0C07}.
 struct TZnLanguageIdent
 {
@@ -16,9 +18,10 @@ struct TZnLanguageIdent
 /// Points into a table that lives as long as the program.
 using PZnLanguageIdent = const TZnLanguageIdent*;
 
-extern const PZnLanguageIdent LANGID_ENGLISH_US;
+/// American English, which stands for every language that isn't known.
+ZN_API extern const PZnLanguageIdent LANGID_ENGLISH_US;
 
 /// The entry of ALanguage and ASublanguage, both without regard to case; nil when unknown. An empty
 /// ASublanguage means the language's usual region. An unknown one gives nil with AExact and
 /// the usual region without it, so that an English text reaches a reader of "en-DE".
-PZnLanguageIdent ZnGetLanguage(std::string_view ALanguage, std::string_view ASublanguage, bool AExact);
+ZN_API PZnLanguageIdent ZnGetLanguage(std::string_view ALanguage, std::string_view ASublanguage, bool AExact);

@@ -7,15 +7,18 @@
 #include <string_view>
 
 #include "common/Interfaces.h"
+#include "platform/Api.h"
 
+/// From the chattiest to silence; a logger writes what is at its level or behind it.
 enum class TZnLogLevel { Trace, Debug, Info, Warning, Error, Off };
 
 /// A named place to log to. Any thread.
-class IZnLogger : public virtual IInterface
+class ZN_API IZnLogger : public virtual IInterface
 {
 public:
     static constexpr TGUID IID{"d3a1c2de-52c5-4d0a-8f0d-6c2f5f7c3b27"};
 
+    /// "Site.AuthManager": the names of the parents, with dots between them.
     virtual const std::string& GetName() const = 0;
 
     /// The logger "<this name>.<AName>".
@@ -23,6 +26,7 @@ public:
 
     /// True when a text of this level goes to the sink: ask before building an expensive text.
     virtual bool IsEnabled(TZnLogLevel ALevel) const = 0;
+    /// Writes a line if ALevel is wanted. Any thread; the text holds no secrets.
     virtual void Log(TZnLogLevel ALevel, std::string_view AText) = 0;
 
     /// AText (may be empty), the exception's class and message; level Error.
@@ -32,13 +36,16 @@ public:
 /// One line of the log, as a sink gets it. Valid during the call.
 struct TZnLogLine
 {
+    /// How much it matters.
     TZnLogLevel Level;
+    /// The logger's name; borrowed for the call.
     std::string_view Logger;
+    /// The line without its end; borrowed for the call.
     std::string_view Text;
 };
 
 /// Makes loggers and rules what becomes of their lines. Process-wide; any thread.
-class TZnLogger
+class ZN_API TZnLogger
 {
 public:
     /// The logger of that name; the same one at each call.
@@ -46,6 +53,7 @@ public:
 
     /// Lines below it are dropped, in every logger. Default Warning.
     static void SetLevel(TZnLogLevel ALevel);
+    /// From which level on lines are written, for the whole process.
     static TZnLogLevel GetLevel();
 
     /// Where lines go instead of stderr; an empty function brings stderr back. Calls come from the
@@ -54,4 +62,4 @@ public:
 };
 
 /// The root logger ("zn").
-std::shared_ptr<IZnLogger> Logger();
+ZN_API std::shared_ptr<IZnLogger> Logger();

@@ -17,14 +17,18 @@ class TStream;
 class TURLEncoding
 {
 public:
+    /// How a text becomes a part of a URL or form.
     enum TEncodeOption : std::uint8_t {
         SpacesAsPlus, // a blank becomes "+", not "%20"
         EncodePercent // every "%" is encoded; without it an escape that is already there stays
     };
+    /// How it is read back.
     enum TDecodeOption : std::uint8_t {
         PlusAsSpaces // "+" becomes a blank
     };
+    /// Any of them together.
     using TEncodeOptions = TZnSet<TEncodeOption>;
+    /// Any of them together.
     using TDecodeOptions = TZnSet<TDecodeOption>;
 
     /// Encodes the characters of AUnsafe and, always, those that no URL may hold: controls, the
@@ -46,12 +50,15 @@ class TZnBinEncoding
 public:
     virtual ~TZnBinEncoding() = default;
 
+    /// Bytes as text. Any thread.
     virtual std::string Encode(std::string_view ABytes) const = 0;
 
     /// Raises EConvertError for a text that isn't of this form.
     virtual std::string Decode(std::string_view AText) const = 0;
 
+    /// The same for owned bytes.
     std::string Encode(const TZnBytes& ABytes) const;
+    /// The bytes back. Raises EConvertError for a text that isn't of this form.
     TZnBytes DecodeBytes(std::string_view AText) const;
 
     /// Writes the decoded bytes to AOutput at its position.
@@ -86,7 +93,10 @@ public:
 class TZnNetEncoding
 {
 public:
+    /// Percent encoding (RFC 3986, 2.1), for the whole process.
     static const TURLEncoding& URL();
+    /// Base64 (RFC 4648, 4) without line breaks, for the whole process.
     static const TZnBase64Encoding& GetBase64ExEncoding();
+    /// Two hexadecimal digits a byte, for the whole process.
     static const TZnHexEncoding& GetHexEncoding();
 };

@@ -7,14 +7,16 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Api.h"
+
 /// The digest below a signature.
 enum class TZnCryptAlgorithm : std::uint8_t { SHA256 = 13, SHA384 = 14, SHA512 = 15 };
 
 /// The digest of ABytes: 32, 48 or 64 bytes.
-std::string ZnDigest(TZnCryptAlgorithm AAlgorithm, std::string_view ABytes);
+ZN_API std::string ZnDigest(TZnCryptAlgorithm AAlgorithm, std::string_view ABytes);
 
 /// A public key. Verify from any thread, several at once.
-class TZnRSAPublicKey
+class ZN_API TZnRSAPublicKey
 {
 public:
     static constexpr std::size_t cMinBits = 2048; // RFC 7518, section 3.3, asks for them

@@ -152,6 +152,7 @@ std::string TStringList::GetText() const
 void TStringList::SetText(std::string_view AText)
 {
     FLines.clear();
+    FLines.reserve(static_cast<std::size_t>(std::ranges::count(AText, '\n')) + 1);
     while (!AText.empty()) {
         const std::size_t End = LineLength(AText);
         Add(std::string(AText.substr(0, End)));

@@ -5,26 +5,33 @@
 #include <vector>
 
 #include "common/Component.h"
+#include "platform/Api.h"
 
 /// Lines of UTF-8 text, which can also be read as name=value pairs.
 ///
 /// Sorting, IndexOf and names go without regard to case (ASCII letters). An index outside of
 /// the list raises EStringListError.
-class TStringList : public TPersistent
+class ZN_API TStringList : public TPersistent
 {
 public:
     TStringList() = default;
+    /// With these lines: `Server.SetBindings({"http://localhost:8080/"})`.
     TStringList(std::initializer_list<std::string> ALines) : FLines(ALines) {}
 
     /// The index of the new line: the end, or its place in a sorted list.
     int Add(std::string ALine);
+    /// Adds every line of another list.
     void AddStrings(const TStringList& ALines);
     /// EStringListError for a sorted list.
     void Insert(int AIndex, std::string ALine);
+    /// Takes a line out; those behind it move up.
     void Delete(int AIndex);
+    /// Takes all lines out.
     void Clear() { FLines.clear(); }
 
+    /// The number of lines.
     int Count() const { return static_cast<int>(FLines.size()); }
+    /// One line, counted from 0.
     const std::string& operator[](int AIndex) const;
     /// EStringListError for a sorted list.
     void SetString(int AIndex, std::string ALine);
@@ -34,7 +41,9 @@ public:
 
     /// Sorts once. SetSorted(true) sorts and keeps sorted; equal lines keep their order.
     void Sort();
+    /// The list keeps itself sorted. Default false.
     bool GetSorted() const { return FSorted; }
+    /// True sorts now and keeps sorted from now on.
     void SetSorted(bool AValue);
 
     /// What stands before the first '=' of a line; empty for a line without one.
@@ -55,7 +64,9 @@ public:
 
     void Assign(const TPersistent* ASource) override;
 
+    /// For loops over all lines.
     auto begin() const { return FLines.begin(); }
+    /// For loops over all lines.
     auto end() const { return FLines.end(); }
 
 private:
@@ -66,4 +77,5 @@ private:
     bool FSorted = false;
 };
 
+/// The same by its older name.
 using TStrings = TStringList;

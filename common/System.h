@@ -11,6 +11,7 @@ std::uint32_t ZnGetWindowsVersion();
 /// True for a 32-bit program on a 64-bit system.
 bool IsWow64();
 
+/// What rights the process has. ZnGetElevationLevel tells the last two apart.
 enum TZnElevationLevel { elUnknown, elDefault, elLimited, elElevated };
 
 /// elElevated for root or a process that may administer the network (CAP_NET_ADMIN), else elLimited.
@@ -26,6 +27,7 @@ bool ZnShellExecOpenWebSite(const std::string& AUrl);
 
 /// Milliseconds since the system started.
 std::uint32_t GetTickCount();
+/// Milliseconds since the machine started, without those it slept; it doesn't wrap. Any thread.
 std::uint64_t GetTickCount64();
 
 /// The text of a platform error number.

@@ -56,6 +56,7 @@ enum TZnTextPosition : std::uint8_t {
 class TZnTextParser
 {
 public:
+    /// Borrows AText, which has to outlive the parser; stands at its beginning.
     explicit TZnTextParser(std::string_view AText) : FText(AText) {}
 
     /// ALength bytes in code page ACodePage. They need no alignment.
@@ -72,6 +73,7 @@ public:
 
     void First() { FPosition = 0; }           ///< To the first character.
     void Last() { FPosition = FText.size(); } ///< Behind the last character: Eof() is true.
+    /// Nothing is left.
     bool Eof() const { return FPosition >= FText.size(); }
 
     /// The current character as a code point.
@@ -89,6 +91,7 @@ public:
 
     /// Goes on as long as AOp holds for the current character, at most to the end of the text.
     void SkipWhile(TZnTextParserOp AOp, char32_t AChar);
+    /// Moves on while the present character is (poIn) or isn't (poNotIn) in the set, at most to the end.
     void SkipWhile(TZnTextParserOp AOp, const TZnTextSet& ASet);
 
     /// To the next AChar (ASCII) or the end.

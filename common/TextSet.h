@@ -11,6 +11,7 @@ class TZnTextSet
 public:
     constexpr TZnTextSet() = default;
 
+    /// The characters of a text.
     constexpr explicit TZnTextSet(std::string_view AChars)
     {
         for (const char Char : AChars) {
@@ -28,9 +29,12 @@ public:
         return Result;
     }
 
+    /// Puts one character in.
     constexpr void Include(char AChar) { FMember[static_cast<unsigned char>(AChar)] = true; }
+    /// Whether the character is in the set.
     constexpr bool Contains(char AChar) const { return FMember[static_cast<unsigned char>(AChar)]; }
 
+    /// What is in either.
     friend constexpr TZnTextSet operator|(TZnTextSet ALeft, const TZnTextSet& ARight)
     {
         for (std::size_t Index = 0; Index < ALeft.FMember.size(); ++Index) {

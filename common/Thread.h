@@ -11,6 +11,7 @@
 
 #include "common/Component.h"
 #include "common/ThreadAnnotations.h"
+#include "platform/Api.h"
 #include "platform/sync/Event.h"
 #include "platform/sync/Mutex.h"
 
@@ -24,7 +25,7 @@
 ///            a class whose Execute uses its own fields calls Terminate and WaitFor itself: its
 ///            fields go before ~TThread, which does the same, runs.
 /// Errors:    Start raises EThread. What leaves Execute is kept in GetFatalException.
-class TThread : public TObject
+class ZN_API TThread : public TObject
 {
 public:
     /// AName, at most 15 bytes of it, is what top, gdb and perf show.
@@ -39,6 +40,7 @@ public:
 
     /// Asks Execute to end. An override wakes the waits of its Execute.
     virtual void Terminate();
+    /// Somebody asked it to end: Execute looks at this between its steps. Any thread.
     bool GetTerminated() const { return FTerminated; }
 
     /// Waits until Execute is done and the thread has ended; returns the return value. Meanwhile it
@@ -47,6 +49,7 @@ public:
     /// was not started. Not for threads with FreeOnTerminate, nor for the thread itself (EThread).
     int WaitFor();
 
+    /// Start was called. Any thread.
     bool GetStarted() const { return FStarted.load(); }
     /// True once Execute is done.
     bool GetFinished() const { return FFinished->WaitFor(0); }
@@ -55,7 +58,9 @@ public:
     bool GetFreeOnTerminate() const { return FFreeOnTerminate.load(); }
     void SetFreeOnTerminate(bool AValue) { FFreeOnTerminate.store(AValue); }
 
+    /// What WaitFor gives; 0 at first. Any thread.
     int GetReturnValue() const { return FReturnValue.load(); }
+    /// For Execute: what WaitFor is to give. Any thread.
     void SetReturnValue(int AValue) { FReturnValue.store(AValue); }
 
     /// What Execute was left by, or empty. Valid once GetFinished.
@@ -71,9 +76,12 @@ public:
 
     /// Milliseconds since some moment in the past, 32 bits: wraps after 49.7 days.
     static std::uint32_t GetTickCount();
+    /// Milliseconds since the machine started.
     static std::uint64_t GetTickCount64();
 
 protected:
+    /// What the thread does, from Start on. An exception that leaves it is kept for GetFatalException, and
+    /// the thread ends.
     virtual void Execute() = 0;
 
 private:

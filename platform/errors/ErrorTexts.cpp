@@ -25,6 +25,8 @@ constexpr ErrorText cTexts[] = {
     {ERROR_INVALID_DATA, "The data is invalid."},
     {ERROR_NO_MORE_FILES, "There are no more files."},
     {ERROR_WRITE_PROTECT, "The medium is write protected."},
+    {ERROR_NOT_READY, "The device or the connection is not ready."},
+    {ERROR_WRITE_FAULT, "The data could not be written."},
     {ERROR_READ_FAULT, "The data could not be read."},
     {ERROR_GEN_FAILURE, "A device or a service of the system does not work."},
     {ERROR_SHARING_VIOLATION, "The file is in use by another process."},
@@ -79,7 +81,7 @@ constexpr ErrorText cTexts[] = {
     {ERROR_INVALID_WINDOW_HANDLE, "The window handle is invalid."},
     {ERROR_NO_SYSTEM_RESOURCES, "The system's resources are not sufficient to complete the request."},
     {ERROR_TIMEOUT, "The operation returned because its time expired."},
-    {1790, "The key of the other computer is not known, or is not the known one."},
+    {ERROR_TRUST_FAILURE, "The key of the other computer is not known, or is not the known one."},
     {ERROR_NOT_ENOUGH_QUOTA, "A limit is reached: there is not enough room to take the request."},
     {ERROR_INVALID_OPERATION, "The operation is not valid now."},
 
@@ -121,6 +123,11 @@ constexpr ErrorText cTexts[] = {
     {WSAEHOSTDOWN, "The destination host is down."},
     {WSAEHOSTUNREACH, "The host cannot be reached."},
     {WSAENOTEMPTY, "The folder is not empty."},
+    {WSAVERNOTSUPPORTED, "This version of the socket layer is not supported."},
+
+    {WSAHOST_NOT_FOUND, "No host of that name is known."},
+    {WSATRY_AGAIN, "The name could not be resolved just now."},
+    {WSANO_RECOVERY, "The resolver failed."},
 
     {ERROR_WINHTTP_OUT_OF_HANDLES, "No more handles can be given out."},
     {ERROR_WINHTTP_TIMEOUT, "The request has timed out."},

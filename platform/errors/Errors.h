@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Api.h"
+
 /// The error numbers of the platform layer: the library's own contract, the same on every system.
 /// Numbers are added, never changed. Each has a text in ErrorTexts.cpp; docs/errors.md tells when
 /// those come that a user of the library meets.
@@ -18,6 +20,8 @@ enum : std::uint32_t {
     ERROR_INVALID_DATA = 13,
     ERROR_NO_MORE_FILES = 18,
     ERROR_WRITE_PROTECT = 19,
+    ERROR_NOT_READY = 21,
+    ERROR_WRITE_FAULT = 29,
     ERROR_READ_FAULT = 30,
     ERROR_GEN_FAILURE = 31,
     ERROR_SHARING_VIOLATION = 32,
@@ -72,6 +76,7 @@ enum : std::uint32_t {
     ERROR_INVALID_WINDOW_HANDLE = 1400,
     ERROR_NO_SYSTEM_RESOURCES = 1450,
     ERROR_TIMEOUT = 1460,
+    ERROR_TRUST_FAILURE = 1790,
     ERROR_NOT_ENOUGH_QUOTA = 1816,
     ERROR_INVALID_OPERATION = 4317,
 
@@ -113,6 +118,12 @@ enum : std::uint32_t {
     WSAEHOSTDOWN = 10064,
     WSAEHOSTUNREACH = 10065,
     WSAENOTEMPTY = 10066,
+    WSAVERNOTSUPPORTED = 10092,
+
+    // Name resolution. What became of an echo has numbers of its own (platform/icmp), some of them the same.
+    WSAHOST_NOT_FOUND = 11001,
+    WSATRY_AGAIN = 11002,
+    WSANO_RECOVERY = 11003,
 
     // The HTTP client.
     ERROR_WINHTTP_OUT_OF_HANDLES = 12001,
@@ -168,17 +179,18 @@ enum : std::uint32_t {
 
 /// The text of a number, without a line break at the end; "Error %d" with the number when it has
 /// none. Any thread.
-std::string SysErrorText(std::uint32_t AError);
+ZN_API std::string SysErrorText(std::uint32_t AError);
 
 /// The number for an errno value of a file, memory or process call. An errno without a number of
 /// its own gives ERROR_GEN_FAILURE. 0 gives 0.
-std::uint32_t FromErrno(int AErrno);
+ZN_API std::uint32_t FromErrno(int AErrno);
 
 /// The number (10004 ... 10066) for an errno value of a socket call; those that no socket call
 /// has give what FromErrno gives.
-std::uint32_t SocketErrorFromErrno(int AErrno);
+ZN_API std::uint32_t SocketErrorFromErrno(int AErrno);
 
 /// The calling thread's last failure, left by platform functions whose result can't carry it.
 /// A success leaves it alone.
-std::uint32_t GetLastError();
-void SetLastError(std::uint32_t AError);
+ZN_API std::uint32_t GetLastError();
+/// For services: leaves a number for the calling thread's GetLastError.
+ZN_API void SetLastError(std::uint32_t AError);

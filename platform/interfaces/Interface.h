@@ -7,6 +7,8 @@
 #include <memory>
 #include <string_view>
 
+#include "platform/Api.h"
+
 /// The identity of an interface: "0a0d76b2-ee1c-442b-a879-dc0cc1a608f5".
 struct TGUID
 {
@@ -49,7 +51,7 @@ private:
 
 /// Root of every interface: an abstract class with its IID, held by std::shared_ptr.
 /// Interfaces derive from it virtually, so that one object can offer several of them.
-class IInterface
+class ZN_API IInterface
 {
 public:
     static constexpr TGUID IID{"00000000-0000-0000-c000-000000000046"};

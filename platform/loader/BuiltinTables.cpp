@@ -6,6 +6,7 @@
 #include "platform/iphelper/Exports.h"
 #include "platform/pipes/Exports.h"
 #include "platform/winhttp/Exports.h"
+#include "platform/wininet/Exports.h"
 
 std::span<const Zn::BuiltinTable> Zn::BuiltinTables()
 {
@@ -14,7 +15,7 @@ std::span<const Zn::BuiltinTable> Zn::BuiltinTables()
         {"Iphlpapi.dll", IphlpapiExports}, {"Kernel32.dll", KernelPipeExports},
         {"Mpr.dll", NetworkLogonExports},  {"Ntdll.dll", NtdllExports},
         {"Ole32.dll", Ole32Exports},       {"Winhttp.dll", WinhttpExports},
-        {"ws2_32.dll", Ws2_32Exports},
+        {"Wininet.dll", WininetExports},   {"ws2_32.dll", Ws2_32Exports},
     };
     return cTables;
 }

@@ -10,7 +10,9 @@
 /// A function that a table publishes under a name.
 struct TZnExport
 {
+    /// As it is looked up; case counts.
     const char* Name;
+    /// The function.
     void* Address;
 };
 
@@ -36,6 +38,8 @@ bool FreeLibrary(THandle AModule);
 class TZnScopedLibrary
 {
 public:
+    /// Puts AExports in the place of the library AName, until its end. For tests, while nobody uses that
+    /// library.
     TZnScopedLibrary(const std::string& AName, std::vector<TZnExport> AExports);
     ~TZnScopedLibrary();
     TZnScopedLibrary(const TZnScopedLibrary&) = delete;

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "platform/Api.h"
 #include "platform/sync/Deadline.h"
 #include "platform/sync/Handle.h"
 #include "platform/sync/Mutex.h"
@@ -23,15 +24,18 @@
 /// Ownership: the event has to outlive its calls; a thread that WaitFor released may destroy an
 ///            event that was never waited for together with others while Set is still returning.
 ///            At most 32,767 threads wait at once.
-class TZnKernelEvent : public KernelObject
+class ZN_API TZnKernelEvent : public KernelObject
 {
 public:
+    /// Manual reset: stays set until Reset. Else each Set releases one waiter.
     explicit TZnKernelEvent(bool AManualReset = true, bool AInitialState = false);
     ~TZnKernelEvent() override;
     TZnKernelEvent(const TZnKernelEvent&) = delete;
     TZnKernelEvent& operator=(const TZnKernelEvent&) = delete;
 
+    /// Any thread.
     void Set();
+    /// Any thread.
     void Reset();
 
     /// Waits at most AMilliseconds (INFINITE: for ever) and tells whether the event was set.

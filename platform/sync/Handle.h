@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "platform/Api.h"
+
 /// A handle names an object of this process to functions that take numbers: waits, the HTTP
 /// service, pipes.
 ///
@@ -17,7 +19,7 @@ using THandle = std::uintptr_t;
 inline constexpr THandle INVALID_HANDLE_VALUE = ~THandle{0};
 
 /// Something that can be waited for, or that merely has a number.
-class KernelObject
+class ZN_API KernelObject
 {
 public:
     virtual ~KernelObject() = default;
@@ -40,11 +42,11 @@ public:
 
 /// Enters AObject into the table, which keeps it alive until CloseHandle. 0 with
 /// ERROR_NO_SYSTEM_RESOURCES when the table is full (262,143 objects). Any thread.
-THandle RegisterHandle(std::shared_ptr<KernelObject> AObject);
+ZN_API THandle RegisterHandle(std::shared_ptr<KernelObject> AObject);
 
 /// The object behind an even handle, empty (with ERROR_INVALID_HANDLE) for anything else.
 /// Any thread; costs one uncontended lock per call (about 20 ns), of that handle's own slot.
-std::shared_ptr<KernelObject> LookupHandle(THandle AHandle);
+ZN_API std::shared_ptr<KernelObject> LookupHandle(THandle AHandle);
 
 /// The same, if the object is a T.
 template <class T>
@@ -52,13 +54,13 @@ std::shared_ptr<T> LookupHandleAs(THandle AHandle);
 
 /// Takes an even handle out of the table; the object dies with its last user. Closes the
 /// descriptor of an odd one. False with ERROR_INVALID_HANDLE when there is nothing to close.
-bool CloseHandle(THandle AHandle);
+ZN_API bool CloseHandle(THandle AHandle);
 
 /// The odd handle of a descriptor, which stays the caller's. 0 for a negative descriptor.
-THandle HandleFromFd(int AFd);
+ZN_API THandle HandleFromFd(int AFd);
 
 /// The descriptor of an odd handle, -1 for an even one.
-int FdFromHandle(THandle AHandle);
+ZN_API int FdFromHandle(THandle AHandle);
 
 namespace Zn
 {
