@@ -55,6 +55,7 @@ void Connection::BeginRequest(const RequestHead& AHead, const RequestQueue* AQue
         AHead.Body == BodyKind::None || (AHead.Body == BodyKind::Length && AHead.ContentLength == 0);
     if (AHead.Body == BodyKind::Chunked)
         Request.Chunked = std::make_unique<ChunkedDecoder>();
+    IsFresh = false;
     RequestId.store(AId, std::memory_order_release);
 }
 

@@ -33,7 +33,7 @@ class RequestQueue;
 enum class Owner : std::uint8_t { Free, Poller, Worker, WorkerMissed };
 
 /// What the leader is waiting for on a connection that it owns.
-enum class Expecting : std::uint8_t { Handshake, FirstByte, RestOfHead, EndOfLinger };
+enum class Expecting : std::uint8_t { ProxyHeader, Handshake, FirstByte, RestOfHead, EndOfLinger };
 
 /// The part of a request that outlives its head: what the body reader and the response need.
 struct RequestState
@@ -82,8 +82,9 @@ struct Connection
     Socket Io;
     sockaddr_storage Remote{};
     sockaddr_storage Local{};
-    std::uint16_t LocalPort = 0;
-    std::string Input;         // received and not consumed
+    std::atomic<std::uint16_t> LocalPort{0}; // written by Welcome alone; others look while State isn't Free
+    bool IsFresh = true;                     // no request has come yet
+    std::string Input;                       // received and not consumed
     bool MoreInKernel = false; // the last receive filled its buffer: there may be more without a new event
     Expecting Phase = Expecting::FirstByte;
     std::int64_t Deadline = 0; // on CoarseNow; when the leader gives up

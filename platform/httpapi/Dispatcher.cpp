@@ -32,7 +32,10 @@ OwnAnswer Unavailable(THTTP_503_RESPONSE_VERBOSITY AVerbosity, std::string_view 
 
 } // namespace
 
-Dispatcher::Dispatcher() : FReception(FConnections, FPoller, FTlsPorts), FCaretaker([this] { TakeCare(); }) {}
+Dispatcher::Dispatcher()
+    : FReception(FConnections, FPoller, FTlsPorts, FProxyPorts), FCaretaker([this] { TakeCare(); })
+{
+}
 
 Dispatcher::~Dispatcher()
 {
@@ -169,7 +172,12 @@ Dispatcher::Delivery Dispatcher::Deliver(const Arrival& AArrival, RequestQueue* 
                                   "The service does not take requests at present.");
         } else if (Queue->Waiting.size() >= Queue->Length) {
             Refusal = Unavailable(Queue->Verbosity, "Too many requests wait to be served.");
+        } else if (Queue->IsDraining.load(std::memory_order_relaxed) &&
+                   !Queue->ClosedPorts.contains(From.LocalPort)) {
+            Refusal = Unavailable(Queue->Verbosity, "The service is being stopped.");
         } else {
+            if (Queue->IsDraining.load(std::memory_order_relaxed))
+                ++Queue->BegunInDrain;
             Origin.RequestId = FConnections.NextRequestId(From);
             Origin.UrlContext = Found->Context;
             From.BeginRequest(AArrival.Head, Queue.get(), Origin.RequestId);
@@ -181,6 +189,7 @@ Dispatcher::Delivery Dispatcher::Deliver(const Arrival& AArrival, RequestQueue* 
                 Queue->Changed.NotifyOne();
             }
         }
+        FUnavailable += Refusal && Refusal->Status == 503 ? 1 : 0;
     }
     if (Refusal)
         FReception.Answer(AArrival, *Refusal);
@@ -250,28 +259,34 @@ void Dispatcher::SetQueueVerbosity(RequestQueue& AQueue, THTTP_503_RESPONSE_VERB
 
 void Dispatcher::CloseQueue(RequestQueue& AQueue)
 {
-    std::vector<std::pair<Connection*, HTTP_REQUEST_ID>> AtWork;
     {
         const MutexLock Guard(FLock);
         AQueue.Closed = true;
         AQueue.Changed.NotifyAll();
         AskLeaderToYield();
-        for (std::uint32_t Slot = 0; Slot < FConnections.UsedSlots(); ++Slot) {
-            Connection& Each = FConnections.At(Slot);
-            if (Each.Queue.load(std::memory_order_acquire) != &AQueue)
-                continue;
-            Each.Abandoned.store(true);
-            AtWork.emplace_back(&Each, Each.RequestId.load(std::memory_order_acquire));
-        }
-        AQueue.Waiting.clear(); // nobody receives them any more: they are among AtWork
     }
-    for (const auto& [Each, RequestId] : AtWork) {
-        if (!Each->Call.try_lock())
-            continue; // a call is at work; it sees Abandoned when it ends
-        if (RequestId != 0 && Each->RequestId.load(std::memory_order_acquire) == RequestId)
-            Drop(*Each);
-        Each->Call.unlock();
-    }
+    Abandon(AQueue);
+}
+
+TZnHttpStatistics Dispatcher::Statistics(const RequestQueue& AQueue)
+{
+    const MutexLock Guard(FLock);
+    return {FReception.Accepted(), FUnavailable, FConnections.Count(),
+            static_cast<std::uint32_t>(AQueue.Waiting.size())};
+}
+
+bool Dispatcher::IsBound(const UrlGroup& AGroup, const RequestQueue& AQueue)
+{
+    const MutexLock Guard(FLock);
+    return AGroup.Queue.get() == &AQueue;
+}
+
+void Dispatcher::AcceptWaiting(const std::vector<int>& AListeners)
+{
+    RunInPlaceOfLeader([&] {
+        for (const int Each : AListeners)
+            FReception.AcceptWaiting(Each);
+    });
 }
 
 void Dispatcher::CloseIdle(std::uint16_t APort)
@@ -302,7 +317,7 @@ void Dispatcher::Finish(Connection& AConnection)
         return;
     }
     const TZnHttpServiceLimits& Limits = CurrentLimits();
-    if (!Response.Close) {
+    if (!Response.Close && !IsLastAnswer(AConnection)) {
         AConnection.EndRequest();
         AConnection.Phase = Expecting::FirstByte;
         AConnection.Deadline = CoarseNow() + Limits.IdleWait;

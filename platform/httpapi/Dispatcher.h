@@ -1,14 +1,17 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <thread>
 #include <vector>
 
 #include "platform/httpapi/ConnectionTable.h"
+#include "platform/httpapi/Operations.h"
 #include "platform/httpapi/Poller.h"
 #include "platform/httpapi/Reception.h"
 #include "platform/httpapi/RequestQueue.h"
@@ -23,6 +26,7 @@ struct UrlGroup
 {
     std::shared_ptr<RequestQueue> Queue; // guarded by the dispatcher's lock
     std::vector<UrlPrefix> Urls;         // guarded by the service's configuration lock
+    bool IsListening = true;             // so is this; false: its ports are given up, its queue ends
 };
 
 /// Where a prefix leads.
@@ -65,6 +69,7 @@ public:
     ConnectionTable& Connections() { return FConnections; }
     Poller& Events() { return FPoller; }
     TlsPorts& SecurePorts() { return FTlsPorts; }
+    ProxyPorts& PortsOfProxies() { return FProxyPorts; }
 
     /// The next request of the queue. 0, 234 (did not fit: closed), 995 (queue closed).
     std::uint32_t Receive(RequestQueue& AQueue, ReceiveBuffer& ABuffer);
@@ -80,12 +85,19 @@ public:
     void SetQueueState(RequestQueue& AQueue, THTTP_ENABLED_STATE AState);
     void SetQueueVerbosity(RequestQueue& AQueue, THTTP_503_RESPONSE_VERBOSITY AVerbosity);
 
-    /// Ends the queue: waiting threads return, waiting requests get 503, requests at work lose their
-    /// connection.
+    /// Ends the queue: waiting threads return, requests that wait or are at work lose their connection.
     void CloseQueue(RequestQueue& AQueue);
 
     /// Ends the connections of a port (0: of all) that wait for a request.
     void CloseIdle(std::uint16_t APort);
+
+    /// Ends the queue's connections as their requests end; cuts what is left after ATime. AClosedPorts take
+    /// no new connections any more.
+    TZnHttpDrainResult Drain(RequestQueue& AQueue, const std::set<std::uint16_t>& AClosedPorts,
+                             std::chrono::milliseconds ATime);
+    TZnHttpStatistics Statistics(const RequestQueue& AQueue);
+    bool IsBound(const UrlGroup& AGroup, const RequestQueue& AQueue);
+    void AcceptWaiting(const std::vector<int>& AListeners);
 
     /// The response is complete: the connection goes on, lingers or closes. Called by its owner, once.
     void Finish(Connection& AConnection);
@@ -106,10 +118,13 @@ private:
     void RunInPlaceOfLeader(const std::function<void()>& AWork) ZN_EXCLUDES(FLock);
     void ReturnToPoller(Connection& AConnection);
     void TakeCare();
+    bool HasWork(const RequestQueue& AQueue, const std::set<std::uint16_t>& APorts) const;
+    std::uint32_t Abandon(RequestQueue& AQueue) ZN_EXCLUDES(FLock);
 
     ConnectionTable FConnections;
     Poller FPoller;
     TlsPorts FTlsPorts;
+    ProxyPorts FProxyPorts;
     Reception FReception; // the leader's
 
     Mutex FLock;
@@ -122,6 +137,7 @@ private:
     Condition FNobodyLeads;
     std::atomic<bool> FYield{false}; // set under FLock; read by the leader between two events
 
+    std::uint64_t FUnavailable ZN_GUARDED_BY(FLock) = 0; // answers 503
     bool FStopping ZN_GUARDED_BY(FLock) = false;
     Condition FCareChanged;
     std::thread FCaretaker; // last: it uses all of the above

@@ -1,6 +1,6 @@
 #include "platform/httpapi/Exports.h"
 
-#include "platform/httpapi/Httpapi.h"
+#include "platform/httpapi/Operations.h"
 
 namespace
 {
@@ -47,7 +47,12 @@ std::span<const TZnExport> HttpapiExports()
         {"ZnHttpDeleteCertificate", Address(ZnHttpDeleteCertificate)},
         {"ZnHttpImportCertificate", Address(ZnHttpImportCertificate)},
         {"ZnHttpQueryCertificate", Address(ZnHttpQueryCertificate)},
+        {"ZnHttpAddListenSocket", Address(ZnHttpAddListenSocket)},
+        {"ZnHttpDrainQueue", Address(ZnHttpDrainQueue)},
         {"ZnHttpDropRequest", Address(ZnHttpDropRequest)},
+        {"ZnHttpQueryStatistics", Address(ZnHttpQueryStatistics)},
+        {"ZnHttpReloadConfiguration", Address(ZnHttpReloadConfiguration)},
+        {"ZnHttpSetProxyProtocol", Address(ZnHttpSetProxyProtocol)},
         {"ZnHttpQueryServiceLimits", Address(ZnHttpQueryServiceLimits)},
         {"ZnHttpSetServiceLimits", Address(ZnHttpSetServiceLimits)},
     };

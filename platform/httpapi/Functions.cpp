@@ -330,6 +330,60 @@ std::uint32_t ZnHttpSetPortCertificate(const TZnHttpPortCertificate* ACertificat
     });
 }
 
+std::uint32_t ZnHttpAddListenSocket(int AFd)
+{
+    return Guarded([&]() -> std::uint32_t {
+        const auto Now = Service::Current();
+        return Now ? Now->AddListenSocket(AFd) : ERROR_INVALID_PARAMETER;
+    });
+}
+
+std::uint32_t ZnHttpSetProxyProtocol(std::uint16_t APort, const char* ATrusted)
+{
+    return Guarded([&]() -> std::uint32_t {
+        std::string Problem;
+        auto Ranges = Zn::ParseAddressRanges(ATrusted != nullptr ? ATrusted : "", Problem);
+        const auto Now = Service::Current();
+        if (!Now || !Ranges || APort == 0)
+            return ERROR_INVALID_PARAMETER;
+        Now->Requests().PortsOfProxies().Set(APort, std::move(*Ranges));
+        return NO_ERROR;
+    });
+}
+
+std::uint32_t ZnHttpReloadConfiguration()
+{
+    return Guarded([]() -> std::uint32_t {
+        const auto Now = Service::Current();
+        return Now ? Now->ReloadConfiguration() : ERROR_INVALID_PARAMETER;
+    });
+}
+
+std::uint32_t ZnHttpQueryStatistics(THandle AReqQueueHandle, TZnHttpStatistics* AStatistics)
+{
+    return Guarded([&]() -> std::uint32_t {
+        const auto Queue = LookupHandleAs<QueueHandle>(AReqQueueHandle);
+        if (!Queue)
+            return ERROR_INVALID_HANDLE;
+        if (AStatistics == nullptr)
+            return ERROR_INVALID_PARAMETER;
+        *AStatistics = Queue->Owner->Requests().Statistics(*Queue->Queue);
+        return NO_ERROR;
+    });
+}
+
+std::uint32_t ZnHttpDrainQueue(THandle AReqQueueHandle, std::uint32_t AMilliseconds,
+                               TZnHttpDrainResult* AResult)
+{
+    return Guarded([&]() -> std::uint32_t {
+        const auto Queue = LookupHandleAs<QueueHandle>(AReqQueueHandle);
+        if (!Queue)
+            return ERROR_INVALID_HANDLE;
+        return AResult != nullptr ? Queue->Owner->DrainQueue(*Queue, AMilliseconds, *AResult)
+                                  : ERROR_INVALID_PARAMETER;
+    });
+}
+
 std::uint32_t ZnHttpDropRequest(THandle AReqQueueHandle, HTTP_REQUEST_ID AReqId)
 {
     return Guarded([&]() -> std::uint32_t {

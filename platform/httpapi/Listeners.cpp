@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -11,6 +12,7 @@
 #include "platform/httpapi/Endpoint.h"
 #include "platform/httpapi/Poller.h"
 #include "platform/httpapi/config/Configuration.h"
+#include "platform/servicemanager/HandedSockets.h"
 
 namespace Zn
 {
@@ -92,14 +94,44 @@ Listeners::~Listeners()
 {
     for (auto& [Number, Each] : FPorts)
         for (const auto& [Address, Fd] : Each.Open)
+            if (!FAdopted.contains(Number))
+                CloseOne(Fd);
+    for (const auto& [Number, Sockets] : FAdopted)
+        for (const auto& [Address, Fd] : Sockets)
             CloseOne(Fd);
+}
+
+std::uint32_t Listeners::Adopt(int AFd)
+{
+    std::uint16_t Number = 0;
+    if (const std::uint32_t Result = CheckListening(AFd, Number); Result != NO_ERROR)
+        return Result;
+    sockaddr_storage Local{};
+    socklen_t Length = sizeof Local;
+    getsockname(AFd, reinterpret_cast<sockaddr*>(&Local), &Length);
+    const std::string Address = AddressText(*EndpointFromAddress(reinterpret_cast<const sockaddr*>(&Local)));
+    const auto Known = FAdopted.find(Number);
+    if (Known != FAdopted.end() && Known->second.contains(Address))
+        return NO_ERROR; // by an earlier activation: the socket is the same, as the address can't be had
+                         // twice
+    if (FPorts.contains(Number))
+        return ERROR_ALREADY_EXISTS;
+    const int Own = fcntl(AFd, F_DUPFD_CLOEXEC, 3);
+    if (Own < 0)
+        return SocketErrorFromErrno(errno);
+    const int On = 1;
+    setsockopt(Own, IPPROTO_TCP, 1 /* TCP_NODELAY, inherited by what is accepted */, &On, sizeof On);
+    fcntl(Own, F_SETFL, fcntl(Own, F_GETFL) | O_NONBLOCK);
+    FAdopted[Number].emplace(Address, Own);
+    return NO_ERROR;
 }
 
 std::uint32_t Listeners::Add(const std::string& AHost, std::uint16_t APort)
 {
     Wish New{AHost, {}};
-    if (const std::uint32_t Result = AddressesOf(AHost, New.Addresses); Result != NO_ERROR)
-        return Result;
+    if (!FAdopted.contains(APort)) // those have their addresses
+        if (const std::uint32_t Result = AddressesOf(AHost, New.Addresses); Result != NO_ERROR)
+            return Result;
     Port& Entry = FPorts[APort];
     Entry.Wishes.push_back(std::move(New));
     const std::uint32_t Result = Reconcile(Entry, APort);
@@ -123,6 +155,44 @@ void Listeners::Remove(const std::string& AHost, std::uint16_t APort)
     Settle(APort);
 }
 
+std::uint32_t Listeners::Readdress(const std::function<void(const std::vector<int>&)>& ABeforeChange)
+{
+    std::uint32_t First = NO_ERROR;
+    for (auto& [Number, Entry] : FPorts) {
+        if (FAdopted.contains(Number))
+            continue;
+        std::vector<Wish> Wishes = Entry.Wishes;
+        bool IsChanged = false;
+        for (Wish& Each : Wishes) {
+            std::vector<std::string> Addresses;
+            if (const std::uint32_t Result = AddressesOf(Each.Host, Addresses); Result != NO_ERROR)
+                return First != NO_ERROR ? First : Result;
+            IsChanged = IsChanged || Addresses != Each.Addresses;
+            Each.Addresses = std::move(Addresses);
+        }
+        if (!IsChanged)
+            continue;
+        ABeforeChange(DescriptorsOf(Number));
+        Entry.Wishes.swap(Wishes);
+        const std::uint32_t Result = Reconcile(Entry, Number);
+        if (Result == NO_ERROR)
+            continue;
+        First = First != NO_ERROR ? First : Result;
+        Entry.Wishes.swap(Wishes);
+        Reconcile(Entry, Number);
+    }
+    return First;
+}
+
+std::vector<int> Listeners::DescriptorsOf(std::uint16_t APort) const
+{
+    std::vector<int> Result;
+    if (const auto Found = FPorts.find(APort); Found != FPorts.end())
+        for (const auto& [Address, Fd] : Found->second.Open)
+            Result.push_back(Fd);
+    return Result;
+}
+
 /// Behind the end of a wish.
 void Listeners::Settle(std::uint16_t APort)
 {
@@ -137,6 +207,8 @@ void Listeners::Settle(std::uint16_t APort)
 /// network.
 std::uint32_t Listeners::Reconcile(Port& APort, std::uint16_t ANumber)
 {
+    if (UseAdopted(APort, ANumber))
+        return NO_ERROR;
     const std::set<std::string> Target = WantedAddresses(APort);
     std::erase_if(APort.Open, [&](const auto& AEntry) {
         if (Target.contains(AEntry.first))
@@ -161,6 +233,22 @@ std::uint32_t Listeners::Reconcile(Port& APort, std::uint16_t ANumber)
     };
     return std::all_of(APort.Wishes.begin(), APort.Wishes.end(), IsServed) ? std::uint32_t{NO_ERROR}
                                                                            : Absence;
+}
+
+/// False for a port without adopted sockets.
+bool Listeners::UseAdopted(Port& APort, std::uint16_t ANumber)
+{
+    const auto Found = FAdopted.find(ANumber);
+    if (Found == FAdopted.end())
+        return false;
+    if (APort.Wishes.empty())
+        for (const auto& [Address, Fd] : APort.Open)
+            FPoller.RemoveListener(Fd);
+    else if (APort.Open.empty())
+        for (const auto& [Address, Fd] : Found->second)
+            FPoller.AddListener(Fd);
+    APort.Open = APort.Wishes.empty() ? std::map<std::string, int>{} : Found->second;
+    return true;
 }
 
 /// What is to be open: all that is wished for, without what something else covers.

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "platform/httpapi/Limits.h"
+#include "platform/httpapi/ProxyHeader.h"
 #include "platform/httpapi/ResponseHead.h"
 
 namespace Zn
@@ -110,10 +111,12 @@ void Arrival::ConsumeHead() const
         From.Input.assign(Bytes.substr(Head.Length));
 }
 
-Reception::Reception(ConnectionTable& AConnections, Poller& APoller, const TlsPorts& ATlsPorts)
+Reception::Reception(ConnectionTable& AConnections, Poller& APoller, const TlsPorts& ATlsPorts,
+                     const ProxyPorts& AProxyPorts)
     : FConnections(AConnections),
       FPoller(APoller),
       FTlsPorts(ATlsPorts),
+      FProxyPorts(AProxyPorts),
       FSpareFd(open("/dev/null", O_RDONLY | O_CLOEXEC))
 {
 }
@@ -160,9 +163,42 @@ std::optional<Arrival> Reception::OnConnection(const PollEvent& AEvent)
         Discard(*From);
         return std::nullopt;
     }
+    if (From->Phase == Expecting::ProxyHeader && !TakeProxyHeader(*From, AEvent.PeerClosed))
+        return std::nullopt;
     if (From->Phase == Expecting::Handshake && !ShakeHands(*From))
         return std::nullopt;
     return Read(*From, AEvent.PeerClosed);
+}
+
+/// True once the header is there. It stays in the socket until it is whole: what follows it may be TLS, whose
+/// bytes aren't for us.
+bool Reception::TakeProxyHeader(Connection& AConnection, bool APeerClosed)
+{
+    const IoResult Seen = AConnection.Io.Peek(FBuffer.data(), LongestProxyHeader);
+    if (Seen.State == IoState::WouldBlock)
+        return false;
+    const ProxyHeader Header = Seen.State == IoState::Done ? ReadProxyHeader({FBuffer.data(), Seen.Bytes})
+                                                           : ProxyHeader{ProxyHeader::Result::Refused, 0, {}};
+    if (Header.State == ProxyHeader::Result::Incomplete && !APeerClosed)
+        return false;
+    if (Header.State != ProxyHeader::Result::Complete) {
+        Close(AConnection);
+        return false;
+    }
+    AConnection.Io.Skip(Header.Length);
+    AConnection.Phase = AConnection.Io.IsSecure() ? Expecting::Handshake : Expecting::FirstByte;
+    AConnection.Deadline =
+        CoarseNow() + (AConnection.Io.IsSecure() ? CurrentLimits().HeadWait : CurrentLimits().IdleWait);
+    if (!Header.Client)
+        return true;
+    // From here on the connection is the client's, also where connections are counted.
+    UncountAddress(AConnection.Remote);
+    AConnection.Remote = Header.Client->Address;
+    UnmapIPv4(AConnection.Remote);
+    if (CountAddress(AConnection.Remote))
+        return true;
+    Close(AConnection);
+    return false;
 }
 
 /// True once the TLS session stands. Each step takes what is there and waits for the next event.
@@ -286,9 +322,13 @@ void Reception::Welcome(int AFd)
     New->LocalPort = PortOf(New->Local);
     New->Io.Adopt(AFd, FTlsPorts.Find(New->LocalPort));
     New->ForgetHangUp();
+    FAccepted.store(FAccepted.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    New->IsFresh = true;
     New->MoreInKernel = false;
     New->Phase = New->Io.IsSecure() ? Expecting::Handshake : Expecting::FirstByte;
-    New->Deadline = CoarseNow() + (New->Io.IsSecure() ? Limits.HeadWait : Limits.IdleWait);
+    if (FProxyPorts.IsProxy(New->LocalPort, reinterpret_cast<const sockaddr*>(&New->Remote)))
+        New->Phase = Expecting::ProxyHeader;
+    New->Deadline = CoarseNow() + (New->Phase == Expecting::FirstByte ? Limits.IdleWait : Limits.HeadWait);
     New->State.store(Owner::Poller, std::memory_order_release);
     const bool Allowed = CountAddress(New->Remote);
     if (!Allowed ||

@@ -1,14 +1,17 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
 #include "platform/httpapi/ConnectionTable.h"
 #include "platform/httpapi/Poller.h"
+#include "platform/httpapi/ProxyPorts.h"
 #include "platform/httpapi/RequestHead.h"
 #include "platform/httpapi/tls/TlsPorts.h"
 
@@ -44,7 +47,8 @@ struct OwnAnswer
 class Reception
 {
 public:
-    Reception(ConnectionTable& AConnections, Poller& APoller, const TlsPorts& ATlsPorts);
+    Reception(ConnectionTable& AConnections, Poller& APoller, const TlsPorts& ATlsPorts,
+              const ProxyPorts& AProxyPorts);
     Reception(const Reception&) = delete;
     Reception& operator=(const Reception&) = delete;
     ~Reception();
@@ -61,9 +65,16 @@ public:
 
     /// Ends the connections that wait for a request and came in by that port; all of them for port 0.
     void CloseIdle(std::uint16_t APort);
+    /// Ends those of the ports that wait for a request and hold nothing of one.
+    void EndIdle(const std::set<std::uint16_t>& APorts);
+    /// Connections taken so far. Any thread.
+    std::uint64_t Accepted() const { return FAccepted.load(std::memory_order_relaxed); }
+    /// Takes what waits at a listening socket.
+    void AcceptWaiting(int AListener) { Accept(AListener); }
 
 private:
     std::optional<Arrival> OnConnection(const PollEvent& AEvent);
+    bool TakeProxyHeader(Connection& AConnection, bool APeerClosed);
     bool ShakeHands(Connection& AConnection);
     std::optional<Arrival> Read(Connection& AConnection, bool APeerClosed);
     std::optional<Arrival> ParseInput(Connection& AConnection, std::string_view ABytes);
@@ -83,9 +94,11 @@ private:
     ConnectionTable& FConnections;
     Poller& FPoller;
     const TlsPorts& FTlsPorts;
+    const ProxyPorts& FProxyPorts;
     RequestHeadParser FParser;
     const TZnHttpServiceLimits* FParserLimits = nullptr; // those FParser was made with
     std::array<char, 65536> FBuffer{};                   // what one receive brings
+    std::atomic<std::uint64_t> FAccepted{0};             // written by the leader alone
     std::int64_t FNextSweep = 0;
     int FSpareFd = -1; // given up for a moment to turn connections away when descriptors are used up
 

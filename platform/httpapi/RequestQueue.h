@@ -1,8 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "platform/httpapi/Httpapi.h"
@@ -22,7 +24,7 @@ struct WaitingRequest
     HTTP_URL_CONTEXT UrlContext;
 };
 
-/// Requests on their way to an application. All fields are guarded by the dispatcher's lock.
+/// Requests on their way to an application. Guarded by the dispatcher's lock, but for what is atomic.
 class RequestQueue
 {
 public:
@@ -38,6 +40,14 @@ public:
 
     Condition Changed; // a request came, the queue was closed, or nobody leads
     std::uint32_t Waiters = 0;
+
+    // Its graceful end: connections close behind their answers.
+    std::atomic<bool> IsDraining{false}; // set under the dispatcher's lock; read by the owners of requests
+    std::set<std::uint16_t> ClosedPorts; // only what comes in by them is still served
+    std::uint32_t BegunInDrain = 0;      // requests at hand when it began, and those that came since
 };
+
+/// Whether the connection closes behind its present answer since its queue ends. Its owner's.
+bool IsLastAnswer(const Connection& AConnection);
 
 } // namespace Zn

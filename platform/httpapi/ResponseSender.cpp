@@ -14,6 +14,7 @@
 #include "platform/errors/Errors.h"
 #include "platform/httpapi/Connection.h"
 #include "platform/httpapi/RequestBody.h"
+#include "platform/httpapi/RequestQueue.h"
 #include "platform/httpapi/ResponseHead.h"
 
 namespace Zn
@@ -336,7 +337,8 @@ SendResult SendResponse(Connection& AConnection, const TZnHttpServiceLimits& ALi
         !ChooseFraming(AConnection, AResponse, MoreFollows, Chunks, Head) || !WithinPromise(Response, Chunks))
         return {ERROR_INVALID_PARAMETER};
     Response.HeadGiven = true;
-    Response.Close |= !AConnection.Request.KeepAlive || (AFlags & HTTP_SEND_RESPONSE_FLAG_DISCONNECT) != 0;
+    Response.Close |= !AConnection.Request.KeepAlive || (AFlags & HTTP_SEND_RESPONSE_FLAG_DISCONNECT) != 0 ||
+                      IsLastAnswer(AConnection);
     const THTTP_KNOWN_HEADER& KeepAlive = AResponse.Headers.KnownHeaders[HttpHeaderKeepAlive];
     if (KeepAlive.pRawValue != nullptr)
         Response.KeepAliveValue.assign(KeepAlive.pRawValue, KeepAlive.RawValueLength);

@@ -125,6 +125,8 @@ std::uint32_t Service::AddUrl(const std::shared_ptr<UrlGroup>& AGroup, const cha
     if (!Prefix || Prefix->Port == 0)
         return ERROR_INVALID_PARAMETER;
     const MutexLock Guard(FConfigLock);
+    if (!AGroup->IsListening) // its queue ends
+        return ERROR_INVALID_PARAMETER;
     if (!FDispatcher.AddRoute(*Prefix, {AGroup, AContext}))
         return ERROR_ALREADY_EXISTS;
     if (const std::uint32_t Result = OpenPort(*Prefix); Result != NO_ERROR) {
@@ -159,7 +161,7 @@ void Service::Unregister(UrlGroup& AGroup, const UrlPrefix& APrefix)
 {
     const UrlPrefix Prefix = APrefix;
     FDispatcher.RemoveRoute(Prefix);
-    ClosePort(Prefix);
+    ClosePort(AGroup, Prefix);
     std::erase(AGroup.Urls, Prefix);
 }
 
@@ -217,13 +219,15 @@ std::uint32_t Service::SetPortCertificate(std::uint16_t APort, const TlsPortSett
     return NO_ERROR;
 }
 
-void Service::ClosePort(const UrlPrefix& APrefix)
+void Service::ClosePort(const UrlGroup& AGroup, const UrlPrefix& APrefix)
 {
-    FListeners.Remove(APrefix.Host, APrefix.Port);
+    if (AGroup.IsListening)
+        FListeners.Remove(APrefix.Host, APrefix.Port);
     if (FListeners.Wants(APrefix.Port))
         return;
     FDispatcher.CloseIdle(APrefix.Port);
     FPortsInUse.erase(APrefix.Port);
+    FDispatcher.PortsOfProxies().Set(APrefix.Port, {});
     if (!FOwnCertificates.contains(APrefix.Port))
         FDispatcher.SecurePorts().Remove(APrefix.Port);
 }
@@ -266,6 +270,25 @@ void Service::CloseQueue(RequestQueue& AQueue)
             FQueues.erase(AQueue.Name);
     }
     FDispatcher.CloseQueue(AQueue);
+}
+
+std::uint32_t Service::AddListenSocket(int AFd)
+{
+    const MutexLock Guard(FConfigLock);
+    return FListeners.Adopt(AFd);
+}
+
+std::uint32_t Service::ReloadConfiguration()
+{
+    const MutexLock Guard(FConfigLock);
+    std::uint32_t First = NO_ERROR;
+    const auto Note = [&](std::uint32_t AResult) { First = First == NO_ERROR ? AResult : First; };
+    for (const auto& [Port, IsSecure] : FPortsInUse)
+        if (IsSecure)
+            Note(SecurePort(Port));
+    Note(FListeners.Readdress(
+        [this](const std::vector<int>& AClosing) { FDispatcher.AcceptWaiting(AClosing); }));
+    return First;
 }
 
 void QueueHandle::HandleClosed()

@@ -13,6 +13,8 @@
 namespace Zn
 {
 
+class QueueHandle;
+
 /// The HTTP service of the process: what is registered, on the dispatcher that does the work. Exists from the
 /// first HttpInitialize to the last HttpTerminate; handles that are still open keep it alive.
 ///
@@ -48,6 +50,14 @@ public:
     std::uint32_t OpenQueue(const std::string& AName, THandle& AHandle);
     void CloseQueue(RequestQueue& AQueue);
 
+    /// See ZnHttpAddListenSocket.
+    std::uint32_t AddListenSocket(int AFd);
+    /// See ZnHttpReloadConfiguration.
+    std::uint32_t ReloadConfiguration();
+    /// See ZnHttpDrainQueue.
+    std::uint32_t DrainQueue(const QueueHandle& AQueue, std::uint32_t AMilliseconds,
+                             TZnHttpDrainResult& AResult);
+
 private:
     struct Session
     {
@@ -57,7 +67,8 @@ private:
     void Unregister(UrlGroup& AGroup, const UrlPrefix& APrefix) ZN_REQUIRES(FConfigLock);
     std::uint32_t OpenPort(const UrlPrefix& APrefix) ZN_REQUIRES(FConfigLock);
     std::uint32_t SecurePort(std::uint16_t APort) ZN_REQUIRES(FConfigLock);
-    void ClosePort(const UrlPrefix& APrefix) ZN_REQUIRES(FConfigLock);
+    void StopListening(UrlGroup& AGroup, std::set<std::uint16_t>& AClosed) ZN_REQUIRES(FConfigLock);
+    void ClosePort(const UrlGroup& AGroup, const UrlPrefix& APrefix) ZN_REQUIRES(FConfigLock);
     void CloseGroupLocked(HTTP_URL_GROUP_ID AId) ZN_REQUIRES(FConfigLock);
 
     Dispatcher FDispatcher;

@@ -123,6 +123,33 @@ bool Socket::HoldsInput() const
     return FTls && FTls->HoldsInput();
 }
 
+bool Socket::HasUnread() const
+{
+    char Next;
+    return HoldsInput() || recv(FFd, &Next, 1, MSG_PEEK | MSG_DONTWAIT) > 0;
+}
+
+IoResult Socket::Peek(void* ABuffer, std::size_t ALength) const
+{
+    ssize_t Result;
+    do
+        Result = recv(FFd, ABuffer, ALength, MSG_PEEK);
+    while (Result < 0 && errno == EINTR);
+    return Result == 0 ? IoResult{IoState::Ended} : FromSystem(Result);
+}
+
+void Socket::Skip(std::size_t ALength)
+{
+    char Skipped[512];
+    while (ALength > 0) {
+        const ssize_t Result = recv(FFd, Skipped, std::min(ALength, sizeof Skipped), 0);
+        if (Result > 0)
+            ALength -= static_cast<std::size_t>(Result);
+        else if (Result == 0 || errno != EINTR)
+            return; // can't be: they are there
+    }
+}
+
 bool Socket::WantsWrite() const
 {
     return FTls && FTls->WantsWrite();

@@ -62,6 +62,14 @@ public:
     /// Sends past TLS, to a peer that doesn't speak it.
     void SendPlain(std::string_view AText);
 
+    /// The peer has sent something that wasn't received yet.
+    bool HasUnread() const;
+
+    /// Received bytes of the connection itself, ahead of TLS, which stay to be received.
+    IoResult Peek(void* ABuffer, std::size_t ALength) const;
+    /// Takes bytes away that Peek has shown.
+    void Skip(std::size_t ALength);
+
     /// Bytes were received that no Receive has given yet; no event will tell of them.
     bool HoldsInput() const;
 

@@ -15,6 +15,7 @@
 #include "common/Encoding.h"
 #include "common/Exceptions.h"
 #include "common/System.h"
+#include "tests/support/TemporaryFolder.h"
 #include "uZnHTTPServer/PageFiles.h"
 #include "uZnHTTPServer/PageWriteBack.h"
 
@@ -115,17 +116,7 @@ TEST(Parts, ReachFromMarkerToMarker)
 class Includes : public testing::Test
 {
 protected:
-    Includes()
-    {
-        std::string Name = (fs::temp_directory_path() / "zn-includes-XXXXXX").string();
-        Folder = mkdtemp(Name.data());
-        Folder += "/";
-    }
-    ~Includes() override
-    {
-        Server.SetActive(false);
-        fs::remove_all(Folder);
-    }
+    ~Includes() override { Server.SetActive(false); }
 
     struct TServer : TZnHTTPServer
     {
@@ -179,7 +170,8 @@ protected:
     }
     static void Cached(TZnHTTPServerResponse& AAnswer) { AAnswer.AddUnknownHeader("Zemvo-Cached", "1"); }
 
-    std::string Folder; // with a "/" at its end
+    const Zn::TemporaryFolder Place;
+    const std::string Folder = Place.Path().native() + "/";
     ScriptedService Service;
     TServer Server{nullptr};
 };

@@ -32,4 +32,6 @@
 #include "uZnHTTPServer/Request.h"
 #include "uZnHTTPServer/Response.h"
 #include "uZnHTTPServer/Server.h"
+#include "uZnHTTPServer/ServerLimits.h"
+#include "uZnHTTPServer/ServiceManager.h"
 #include "uZnHTTPServer/Worker.h"

@@ -40,7 +40,7 @@ template <class TFunction>
 void Find(TFunction& ASlot, const char* AName)
 {
     FindOptional(ASlot, AName);
-    ZnAssert(ASlot != nullptr, ZnFormat("There is no function %s in %s.", AName, cLibraryName).c_str());
+    RequireFunction(ASlot != nullptr, AName);
 }
 
 #define ZN_FIND(AName) Find(HttpApi.AName, #AName)
@@ -85,6 +85,12 @@ void FindCommonFunctions()
     FindOptional(HttpApi.ZnHttpQueryCertificate, "ZnHttpQueryCertificate");
     FindOptional(HttpApi.ZnHttpDropRequest, "ZnHttpDropRequest");
     FindOptional(HttpApi.ZnHttpSetPortCertificate, "ZnHttpSetPortCertificate");
+    FindOptional(HttpApi.ZnHttpAddListenSocket, "ZnHttpAddListenSocket");
+    FindOptional(HttpApi.ZnHttpSetProxyProtocol, "ZnHttpSetProxyProtocol");
+    FindOptional(HttpApi.ZnHttpReloadConfiguration, "ZnHttpReloadConfiguration");
+    FindOptional(HttpApi.ZnHttpQueryStatistics, "ZnHttpQueryStatistics");
+    FindOptional(HttpApi.ZnHttpSetServiceLimits, "ZnHttpSetServiceLimits");
+    FindOptional(HttpApi.ZnHttpDrainQueue, "ZnHttpDrainQueue");
 }
 
 void OpenLibrary()
@@ -102,6 +108,11 @@ void OpenLibrary()
 #undef ZN_FIND
 
 } // namespace
+
+void RequireFunction(bool AIsThere, const char* AName)
+{
+    ZnAssert(AIsThere, ZnFormat("There is no function %s in %s.", AName, cLibraryName).c_str());
+}
 
 void LoadHttpApi()
 {

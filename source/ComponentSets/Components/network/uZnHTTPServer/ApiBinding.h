@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/httpapi/Operations.h"
 #include "uZnHTTPH.h"
 #include "uZnHTTPServer/Server.h"
 
@@ -48,6 +49,14 @@ struct HttpApiSlots
     // Optional: needed only by a server that brings certificates of its own.
     decltype(&::ZnHttpSetPortCertificate) ZnHttpSetPortCertificate = nullptr;
 
+    // Optional: operations of a running server.
+    decltype(&::ZnHttpAddListenSocket) ZnHttpAddListenSocket = nullptr;
+    decltype(&::ZnHttpSetProxyProtocol) ZnHttpSetProxyProtocol = nullptr;
+    decltype(&::ZnHttpReloadConfiguration) ZnHttpReloadConfiguration = nullptr;
+    decltype(&::ZnHttpQueryStatistics) ZnHttpQueryStatistics = nullptr;
+    decltype(&::ZnHttpSetServiceLimits) ZnHttpSetServiceLimits = nullptr;
+    decltype(&::ZnHttpDrainQueue) ZnHttpDrainQueue = nullptr;
+
     // Optional: the certificate store, for those who manage it.
     decltype(&::ZnHttpCreateCertificate) ZnHttpCreateCertificate = nullptr;
     decltype(&::ZnHttpDeleteCertificate) ZnHttpDeleteCertificate = nullptr;
@@ -58,6 +67,9 @@ struct HttpApiSlots
 /// Filled by LoadHttpApi. Read by every thread of a server: it stays as it is from the first
 /// SetActive(true) to the last SetActive(false).
 extern HttpApiSlots HttpApi;
+
+/// Raises EAssertionFailed for an optional function that a replaced service lacks.
+void RequireFunction(bool AIsThere, const char* AName);
 
 /// Counts one more user of "Httpapi.dll"; the first one loads it, initialises it in the selected
 /// version and fills the slots. Raises Exception where the system is too old, EAssertionFailed for

@@ -2,10 +2,11 @@
 
 #include <string>
 
+#include "platform/Api.h"
 #include "uZnHTTPBase.h"
 
 /// For handlers: the caller has logged off. Status and text are answered, without a challenge.
-class EZnHTTPLogoff : public EZnHTTPAuthenticationFailure
+class ZN_API EZnHTTPLogoff : public EZnHTTPAuthenticationFailure
 {
 public:
     using EZnHTTPAuthenticationFailure::EZnHTTPAuthenticationFailure;
@@ -13,9 +14,10 @@ public:
 };
 
 /// The token endpoint of an OpenID provider answered with something else than a token: 401.
-class EZnHTTPServerAuthGetTokenFailure : public EZnHTTPAuthenticationFailure
+class ZN_API EZnHTTPServerAuthGetTokenFailure : public EZnHTTPAuthenticationFailure
 {
 public:
+    /// What the provider answered, and its media type.
     EZnHTTPServerAuthGetTokenFailure(std::string AContentType, std::string AMsg)
         : EZnHTTPAuthenticationFailure(authOAuth2, std::move(AMsg), 401),
           FContentType(std::move(AContentType))

@@ -11,6 +11,7 @@
 #include "common/Events.h"
 #include "common/Locks.h"
 #include "common/Thread.h"
+#include "platform/Api.h"
 #include "uZnHTTPServer/Request.h"
 
 /// Counts failed authentications by remote address and user name, so that a guessing client can be
@@ -21,7 +22,7 @@
 /// Threads:   the counting operations from any thread; its own thread sweeps.
 /// Ownership: frees itself when its thread ends. One that was never started is freed by who made it.
 /// Errors:    Create raises EThread.
-class TZnAuthMonitor : public TThread
+class ZN_API TZnAuthMonitor : public TThread
 {
 public:
     /// Milliseconds, 32 bits that wrap; never backwards.
@@ -29,16 +30,19 @@ public:
 
     /// An entry older than this at a sweep goes; also the time between sweeps. In milliseconds.
     static constexpr std::uint32_t cAgeLimit = 300'000;
+    /// Time between two sweeps in ms; a count is forgotten at the first one that finds it that old.
     static constexpr std::uint32_t cSweepPeriod = 300'000;
     /// Entries that are kept at most: what guesses with ever new names can take of memory. Beyond it the
     /// entry with the longest time since its last failure goes.
     static constexpr std::size_t cMaxEntries = 250'000;
 
+    /// ATickCount is the clock, in ms; a test gives its own.
     explicit TZnAuthMonitor(TTickCount ATickCount = &TThread::GetTickCount);
 
     /// The end of an owner's interest, for a std::unique_ptr: the object goes when its thread has ended.
     struct TTerminate
     {
+        /// Asks the thread to end; it frees itself.
         void operator()(TZnAuthMonitor* AMonitor) const { AMonitor->Terminate(); }
     };
     /// Makes one and starts its thread.

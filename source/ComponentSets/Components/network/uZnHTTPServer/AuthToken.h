@@ -11,6 +11,7 @@
 #include "common/Events.h"
 #include "common/Logger.h"
 #include "common/TimerService.h"
+#include "platform/Api.h"
 #include "platform/sync/Mutex.h"
 
 class IZnHTTPServerAuthTokens;
@@ -19,8 +20,11 @@ class TZnHTTPServerAuthTokenManager;
 /// Who has logged on with a token, and for how long. Never changes once it is made.
 struct TZnHTTPServerAuthSession
 {
+    /// Who logged on.
     std::string UserName;
+    /// What the account event, or the provider, said of that user.
     std::string RoleName;
+    /// As the account event gave it; 0: it gave none.
     TDateTime PasswordExpiresOn = 0;
     TDateTime ExpiresOn = 0; // of the first period; a refresh doesn't move it
 };
@@ -40,9 +44,9 @@ struct TZnHTTPServerAuthSession
 ///            serves all tokens: an override must not block.
 /// Ownership: the table and the timers hold it until its end; who has found it holds it as long as
 ///            needed. The manager has to outlive what an override uses of it.
-class TZnHTTPServerAuthToken : public TObject,
-                               public Zn::TimerEntry,
-                               public std::enable_shared_from_this<TZnHTTPServerAuthToken>
+class ZN_API TZnHTTPServerAuthToken : public TObject,
+                                      public Zn::TimerEntry,
+                                      public std::enable_shared_from_this<TZnHTTPServerAuthToken>
 {
 public:
     /// ARedirectUri: where the browser goes after its logon. On a server with https on port 443 it is made
@@ -54,7 +58,9 @@ public:
     /// the table.
     void Start();
 
+    /// 50 random characters: the cookie's value, and a secret.
     const std::string& GetTokenId() const { return FTokenId; }
+    /// The page that was asked for, where the logon leads back to.
     const std::string& GetRedirectUri() const { return FRedirectUri; }
 
     /// Logs AUserName on for periods of AExpiresIn seconds, and wakes the wait. One step for every other
@@ -64,13 +70,18 @@ public:
     /// The logon, all of it at one moment; empty before Validate.
     std::shared_ptr<const TZnHTTPServerAuthSession> GetSession() const;
 
+    /// Somebody has logged on with it. Any thread.
     bool GetValidated() const { return GetSession() != nullptr; }
+    /// Empty before the logon. Any thread.
     std::string GetUserName() const { return SessionValue(&TZnHTTPServerAuthSession::UserName); }
+    /// Empty before the logon. Any thread.
     std::string GetRoleName() const { return SessionValue(&TZnHTTPServerAuthSession::RoleName); }
+    /// 0 before the logon. Any thread.
     TDateTime GetPasswordExpiresOn() const
     {
         return SessionValue(&TZnHTTPServerAuthSession::PasswordExpiresOn);
     }
+    /// The end of the session, local time; 0 before the logon. Any thread.
     TDateTime GetExpiresOn() const { return SessionValue(&TZnHTTPServerAuthSession::ExpiresOn); }
 
     /// The wait in ms: 300000, then the period. Negative for a period over 24 days: the wait takes it as an
@@ -85,11 +96,13 @@ public:
 
     /// Ends the token: it leaves the table and the timers at once, but on their thread. One-way.
     void Terminate();
+    /// It has ended: by logoff, time, or another token in its place. Any thread.
     bool GetTerminated() const { return FTerminated.load(); }
 
     /// A period is over and the token goes on.
     virtual void RefreshToken();
 
+    /// For the timers: the end of a wait for a logon, or of a session.
     void OnTimer() noexcept final;
 
 protected:
@@ -137,8 +150,8 @@ using TZnHTTPServerAuthTokenClass = std::function<std::shared_ptr<TZnHTTPServerA
     TZnHTTPServerAuthTokenManager& ATokenManager, const std::string& ARedirectUri)>;
 
 /// The tokens of form logon.
-std::shared_ptr<TZnHTTPServerAuthToken> ZnMakeAuthToken(TZnHTTPServerAuthTokenManager& ATokenManager,
-                                                        const std::string& ARedirectUri);
+ZN_API std::shared_ptr<TZnHTTPServerAuthToken> ZnMakeAuthToken(TZnHTTPServerAuthTokenManager& ATokenManager,
+                                                               const std::string& ARedirectUri);
 
 namespace Zn
 {

@@ -9,6 +9,7 @@
 #include "common/Locks.h"
 #include "common/Logger.h"
 #include "common/TimerService.h"
+#include "platform/Api.h"
 #include "uZnHTTPServer/AuthToken.h"
 
 class IZnHTTPServerAuthTokens;
@@ -21,13 +22,15 @@ class TZnHTTPServerAuthTokens;
 /// Threads:   URLs and MaxTokens change while the server is inactive; tokens are made and found on any
 /// thread. Ownership: the server's. Its end ends all tokens. Errors:    GenerateTokenRequest raises
 /// EZnHTTPException 503 when MaxTokens users are logged on.
-class TZnHTTPServerAuthTokenManager : public TObject
+class ZN_API TZnHTTPServerAuthTokenManager : public TObject
 {
 public:
     /// Levels of the log lines: what happens to a token, and a cookie that fits none.
     static constexpr TZnLogLevel cLogInfo = TZnLogLevel::Info;
+    /// Of a cookie that fits no token.
     static constexpr TZnLogLevel cLogDetail = TZnLogLevel::Debug;
 
+    /// For the server, whose own it is; ATimers wait for the ends of tokens.
     explicit TZnHTTPServerAuthTokenManager(TZnCustomHTTPServer& AOwner,
                                            Zn::Timers& ATimers = Zn::TimerService::Shared());
     ~TZnHTTPServerAuthTokenManager() override;
@@ -68,8 +71,11 @@ public:
     const std::shared_ptr<IZnLogger>& GetLogger() const { return FLogger; }
     void SetLogger(std::shared_ptr<IZnLogger> ALogger) { FLogger = std::move(ALogger); }
 
+    /// The server whose sessions these are.
     TZnCustomHTTPServer& GetOwner() const { return FOwner; }
+    /// The table of all tokens. Any thread.
     std::shared_ptr<IZnHTTPServerAuthTokens> GetTokens() const;
+    /// What waits for the ends of tokens.
     Zn::Timers& GetTimers() const { return FTimers; }
 
     /// The server has https on port 443: browsers belong there.

@@ -8,20 +8,24 @@
 
 #include "common/Interfaces.h"
 #include "common/Locks.h"
+#include "platform/Api.h"
 
 class TZnHTTPServerAuthToken;
 
 /// The table of a server's tokens, by token id. Any thread.
-class IZnHTTPServerAuthTokens : public virtual IInterface
+class ZN_API IZnHTTPServerAuthTokens : public virtual IInterface
 {
 public:
     static constexpr TGUID IID{"2640f8dc-33c2-4e8a-aab9-b227fefe0034"};
 
+    /// Tokens in the table, logged on or not. Any thread.
     virtual int Count() = 0;
+    /// Puts a token in; its id isn't in the table. Any thread.
     virtual void Add(std::shared_ptr<TZnHTTPServerAuthToken> AToken) = 0;
     /// The token stays alive for as long as AToken is held, also when it ends meanwhile.
     virtual bool TryGetValue(const std::string& ATokenId,
                              std::shared_ptr<TZnHTTPServerAuthToken>& AToken) = 0;
+    /// Takes the token of that id out; nothing happens without one. Any thread.
     virtual void Removetoken(const std::string& ATokenId) = 0;
     /// Ends all tokens. Each leaves the table by itself, soon.
     virtual void Clear() = 0;
@@ -29,7 +33,7 @@ public:
 
 /// The manager and every token hold a reference, so the table outlives the manager until its last
 /// token has gone.
-class TZnHTTPServerAuthTokens : public virtual IZnHTTPServerAuthTokens
+class ZN_API TZnHTTPServerAuthTokens : public virtual IZnHTTPServerAuthTokens
 {
 public:
     ~TZnHTTPServerAuthTokens() override;

@@ -6,16 +6,18 @@
 
 #include "common/Interfaces.h"
 #include "common/Streams.h"
+#include "platform/Api.h"
 
 /// The body of a request. The request holds one reference until it is finished; who keeps another
 /// one keeps the body alive beyond that.
-class IZnBodyContent : public virtual IInterface
+class ZN_API IZnBodyContent : public virtual IInterface
 {
 public:
     static constexpr TGUID IID{"0a0d76b2-ee1c-442b-a879-dc0cc1a608f5"};
 
     /// The Content-Type field as the client sent it.
     virtual std::string GetContentType() = 0;
+    /// The request's body has no bytes.
     virtual bool IsEmpty() = 0;
     /// In bytes.
     virtual std::int64_t GetSize() = 0;
@@ -25,9 +27,11 @@ public:
     virtual std::string AsString() = 0;
 };
 
-class TZnBodyContent : public TZnObjectAdapter<TZnStringStream>, public virtual IZnBodyContent
+/// The body of a request in memory.
+class ZN_API TZnBodyContent : public TZnObjectAdapter<TZnStringStream>, public virtual IZnBodyContent
 {
 public:
+    /// Owns the stream; AContentType is the request's, whose charset AsString goes by.
     TZnBodyContent(std::unique_ptr<TZnStringStream> ABody, std::string AContentType)
         : TZnObjectAdapter<TZnStringStream>(std::move(ABody)), FContentType(std::move(AContentType))
     {

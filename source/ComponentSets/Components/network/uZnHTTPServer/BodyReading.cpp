@@ -134,10 +134,16 @@ bool TZnHTTPServerResponseThread::GetBody(std::shared_ptr<IZnBodyContent>& Body)
     const std::uint32_t Step = static_cast<std::uint32_t>(std::max(RequestBufferSize, 1)) * cBodyStepFactor;
     auto Stream = std::make_unique<TZnStringStream>(Zn::BodyCodePage(ContentType), Step);
     Zn::BodyReader Reader(GetReqQueue(), FHTTP_REQUEST->RequestId, Step, FHTTPServer.GetMaxBodySize());
-    if (Chunked)
-        Reader.ReadChunked(*Stream);
-    else
-        Reader.ReadLength(*Stream, Length);
+    try {
+        if (Chunked)
+            Reader.ReadChunked(*Stream);
+        else
+            Reader.ReadLength(*Stream, Length);
+    } catch (...) {
+        FReceivedBytes += static_cast<std::uint64_t>(Reader.GetReceived());
+        throw;
+    }
+    FReceivedBytes += static_cast<std::uint64_t>(Reader.GetReceived());
     FBody = std::make_shared<TZnBodyContent>(std::move(Stream), std::move(ContentType));
     Body = FBody;
     return !FBody->IsEmpty();

@@ -32,6 +32,9 @@ public:
     /// A body up to its end.
     void ReadChunked(TZnStringStream& ABody);
 
+    /// Bytes so far, also after a failure.
+    std::int64_t GetReceived() const { return FReceived; }
+
 private:
     std::uint32_t Receive(TZnStringStream& ABody);
     static void SetSize(TZnStringStream& ABody, std::int64_t ASize);

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "platform/Api.h"
 #include "uZnHTTPServer/Request.h"
 #include "uZnHTTPServer/Response.h"
 
 /// The request that the calling thread is just answering and its response, for code far from the
 /// handler. nullptr on any other thread, and for OnResponseRaw.
-PZnHTTPServerRequest HTTPRequest();
-TZnHTTPServerResponse* HTTPResponse();
+ZN_API PZnHTTPServerRequest HTTPRequest();
+/// The response that the calling worker fills just now; nullptr on any other thread.
+ZN_API TZnHTTPServerResponse* HTTPResponse();
 
 namespace Zn
 {

@@ -4,9 +4,10 @@
 #include <string_view>
 
 #include "common/Exceptions.h"
+#include "platform/Api.h"
 
 /// The client's connection is gone: nothing can be answered.
-class EZnHTTPConnection : public EZnException
+class ZN_API EZnHTTPConnection : public EZnException
 {
 public:
     using EZnException::EZnException;
@@ -15,4 +16,4 @@ public:
 
 /// Returns for a platform result of 0. Raises EZnHTTPException with any other one as its code and
 /// "System Error: " with the system's text, and AContext on a line of its own when it isn't empty.
-void CheckResult(std::uint32_t AResult, std::string_view AContext = {});
+ZN_API void CheckResult(std::uint32_t AResult, std::string_view AContext = {});

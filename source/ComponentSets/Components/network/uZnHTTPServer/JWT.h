@@ -7,6 +7,7 @@
 
 #include "common/Component.h"
 #include "common/Json.h"
+#include "platform/Api.h"
 
 class TZnHTTPServerOIDC;
 
@@ -17,18 +18,21 @@ class TZnHTTPServerOIDC;
 /// a header or payload that is no JSON object, EZnHTTPServerAuthGetTokenFailure for an algorithm, key or
 /// signature that doesn't do. Issuer, audience, times and nonce are not its matter: see
 /// TZnHTTPServerOIDC::CheckClaims.
-class TZnJWT : public TObject
+class ZN_API TZnJWT : public TObject
 {
 public:
     /// Longest token that is read, in bytes.
     static constexpr std::size_t cMaxLength = 256 * 1024;
 
+    /// Reads a token and checks its signature by the provider's keys. Raises EInvalidArgument for a text that
+    /// is none, EZnHTTPServerAuthGetTokenFailure for one that doesn't hold.
     TZnJWT(std::string_view AToken, TZnHTTPServerOIDC& AOIDC);
 
     /// A claim as text; numbers and Booleans in their JSON form. Of an array its JSON text, or with
     /// AReturnFirstIfArray its first element, empty when it has none. False when there is no such claim.
     bool GetClaim(const std::string& AClaim, std::string& AValue, bool AReturnFirstIfArray) const;
 
+    /// The claims, all of them.
     const TJSONObject& GetPayload() const { return *FPayload; }
 
 private:

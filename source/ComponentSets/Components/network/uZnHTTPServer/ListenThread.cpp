@@ -75,6 +75,7 @@ void TZnCustomHTTPServer::ProcessRequest(Zn::ReceivedRequest ARequest)
 
 void TZnCustomHTTPServer::AnswerExhausted(Zn::ReceivedRequest& ARequest)
 {
+    FExhausted.fetch_add(1, std::memory_order_relaxed);
     constexpr std::string_view cReason = "Server resources exhausted... Try again later.";
     THTTP_RESPONSE Response{};
     Response.Version = ARequest->Version;

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "common/Thread.h"
+#include "platform/Api.h"
 #include "uZnHTTPServer/ReceivedRequest.h"
 
 class TZnCustomHTTPServer;
@@ -12,9 +13,10 @@ class TZnCustomHTTPServer;
 /// Threads: one per active server. Ends by Terminate and the end of the queue, which releases it from
 ///          the service; or by an exception: then nothing is received any more until the server
 ///          is stopped and started.
-class TZnHTTPServerListenThread : public TThread
+class ZN_API TZnHTTPServerListenThread : public TThread
 {
 public:
+    /// For the server, which starts it.
     explicit TZnHTTPServerListenThread(TZnCustomHTTPServer& AHTTPServer);
     ~TZnHTTPServerListenThread() override;
 

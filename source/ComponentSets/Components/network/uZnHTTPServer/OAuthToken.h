@@ -2,15 +2,17 @@
 
 #include <string>
 
+#include "platform/Api.h"
 #include "uZnHTTPServer/AuthToken.h"
 
 class TZnHTTPServerOIDC;
 
 /// A session that an identity provider opens. Its id is the state, and the nonce, that the browser is sent to
 /// the provider with.
-class TZnHTTPServerOAuthToken : public TZnHTTPServerAuthToken
+class ZN_API TZnHTTPServerOAuthToken : public TZnHTTPServerAuthToken
 {
 public:
+    /// A token whose logon an identity provider will carry out.
     TZnHTTPServerOAuthToken(TZnHTTPServerAuthTokenManager& ATokenManager, const std::string& ARedirectUri);
 
     /// Exchanges an authorization code for the user's token and logs the user on. Only the first code is
@@ -31,5 +33,5 @@ private:
 };
 
 /// The tokens of OpenID Connect.
-std::shared_ptr<TZnHTTPServerAuthToken> ZnMakeOAuthToken(TZnHTTPServerAuthTokenManager& ATokenManager,
-                                                         const std::string& ARedirectUri);
+ZN_API std::shared_ptr<TZnHTTPServerAuthToken> ZnMakeOAuthToken(TZnHTTPServerAuthTokenManager& ATokenManager,
+                                                                const std::string& ARedirectUri);

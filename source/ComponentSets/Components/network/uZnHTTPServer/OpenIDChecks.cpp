@@ -68,8 +68,8 @@ void CheckTimes(const TZnJWT& AToken, double ASkew)
         Zn::RefuseToken("The token is not valid yet!");
 }
 
-/// The nonce went out as it stands, and a provider reads a "+" in a query as a blank. (The state is a blank there
-/// as well, but the browser's form turns it back into the "+".)
+/// The nonce went out as it stands, and a provider reads a "+" in a query as a blank. (The state is a blank
+/// there as well, but the browser's form turns it back into the "+".)
 std::string AsProviderReads(std::string ANonce)
 {
     std::replace(ANonce.begin(), ANonce.end(), '+', ' ');

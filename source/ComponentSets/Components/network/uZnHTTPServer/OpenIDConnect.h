@@ -12,6 +12,7 @@
 #include "common/Component.h"
 #include "common/Locks.h"
 #include "common/RSASignature.h"
+#include "platform/Api.h"
 
 class TJSONObject;
 class TZnCustomHTTPServer;
@@ -19,13 +20,17 @@ class TZnJWT;
 
 /// One key of the provider's key set (RFC 7517), with the members as they stand there; what is absent is
 /// empty.
-class TZnHTTPServerOIDCKey : public TObject
+class ZN_API TZnHTTPServerOIDCKey : public TObject
 {
 public:
+    /// Copies the members of one key of a key set.
     explicit TZnHTTPServerOIDCKey(const TJSONObject& AKey);
 
+    /// The key's id, by which tokens name it.
     const std::string FKid;
+    /// "sig", or empty.
     const std::string FUse;
+    /// "RSA", or the kind of a key that isn't used.
     const std::string FKty;
     const std::string FModulus;  // base64url
     const std::string FExponent; // base64url
@@ -58,9 +63,10 @@ struct TZnOpenIDChecks
 /// Threads:   settings while the server is inactive; the rest on any worker.
 /// Ownership: the server's.
 /// Errors:    a provider that can't be reached leaves no keys, and logons fail until it can.
-class TZnHTTPServerOIDC : public TObject
+class ZN_API TZnHTTPServerOIDC : public TObject
 {
 public:
+    /// For the server, whose own it is.
     explicit TZnHTTPServerOIDC(TZnCustomHTTPServer& AOwner);
     ~TZnHTTPServerOIDC() override;
     TZnHTTPServerOIDC(const TZnHTTPServerOIDC&) = delete;
@@ -70,6 +76,7 @@ public:
     /// and at least one redirect URI (code flow).
     bool GetConfigured() const { return FConfigured.load(); }
 
+    /// What the provider knows this server as. Default empty: not configured.
     const std::string& GetClientId() const { return FClientId; }
     void SetClientId(const std::string& AValue);
     /// A secret: in no log and no error text.
@@ -85,6 +92,7 @@ public:
     const std::string& GetTokenUrl() const { return FTokenUrl; }
     void SetTokenUrl(const std::string& AValue);
 
+    /// What of a token is looked at beside its signature. Default nothing: switch it on.
     const TZnOpenIDChecks& GetChecks() const { return FChecks; }
     void SetChecks(TZnOpenIDChecks AValue) { FChecks = std::move(AValue); }
 

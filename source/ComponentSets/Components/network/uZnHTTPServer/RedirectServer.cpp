@@ -2,6 +2,8 @@
 
 #include "uZnHTTPServer/RedirectServer.h"
 
+#include <chrono>
+
 #include "common/System.h"
 #include "platform/errors/Errors.h"
 #include "uZnHTTPClient.h"
@@ -12,6 +14,7 @@ namespace
 {
 
 constexpr std::int32_t cBrowserHead = 8192; // bytes
+constexpr std::chrono::seconds cFarewell{2};
 constexpr const char* cLoopback = "127.0.0.1";
 
 void AnswerWithPage(TZnHTTPServerResponse& AResponse, std::string APage)
@@ -34,6 +37,14 @@ public:
             });
         FServer.ServeOn(APrefix);
     }
+    /// The hit that ends the wait is told before its page has left: the browser still gets that.
+    ~ServedRedirect() override
+    {
+        try {
+            FServer.Drain(cFarewell);
+        } catch (const Exception&) { // it is stopped all the same, below
+        }
+    }
 
 private:
     Zn::RedirectHit FOnHit;
@@ -46,7 +57,7 @@ void TestRedirect(const std::string& AUrl)
     Server.ServeOn(Zn::RedirectPrefix(
         AUrl, "No URL Specified!",
         "The OAuth redirect URI must start with \"http://localhost:\"! or \"http://127.0.0.1:\"!"));
-    const auto Client = std::make_shared<TZnHTTPClient>(true);
+    const auto Client = std::make_shared<TZnHTTPClient>(false);
     if (Client->Request(httpGET, AUrl + "?test", false)->GetStatus().StatusCode != 200)
         throw EZnHTTPAuthenticationFailure(authOAuth2, "Failed to start the local redirect service!", 401);
 }

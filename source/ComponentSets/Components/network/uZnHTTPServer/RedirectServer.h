@@ -1,10 +1,11 @@
 #pragma once
 
+#include "platform/Api.h"
 #include "uZnHTTPServer/Server.h"
 
 /// A server for the redirect address of an authorization page. It answers whatever is asked of it with a page
 /// that says OK.
-class TZnRedirectServer : public TZnHTTPServer
+class ZN_API TZnRedirectServer : public TZnHTTPServer
 {
 public:
     explicit TZnRedirectServer(TComponent* AOwner);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "platform/Api.h"
 #include "uZnHTTPH.h"
 
 namespace Zn
@@ -15,7 +16,7 @@ class RequestBufferPool;
 struct ReturnRequestBuffer
 {
     RequestBufferPool* Pool = nullptr;
-    void operator()(THTTP_REQUEST* ABuffer) const noexcept;
+    ZN_API void operator()(THTTP_REQUEST* ABuffer) const noexcept;
 };
 
 /// Room for one request; goes back to its pool.

@@ -9,6 +9,7 @@
 
 #include "common/Component.h"
 #include "common/Streams.h"
+#include "platform/Api.h"
 #include "platform/sync/Handle.h"
 #include "uZnHTTPBase/Header.h"
 #include "uZnHTTPServer/Request.h"
@@ -31,15 +32,18 @@ enum TZnHTTPServerResponseType : std::uint8_t { rtText, rtMemory, rtStream, rtFi
 /// Ownership: buffer and stream stay the application's, and have to live until the response was
 ///            sent, unless ReleaseContent is set: then the response frees them.
 /// Errors:    a setter that doesn't fit the type raises EAssertionFailed.
-class TZnHTTPServerResponse : public TObject
+class ZN_API TZnHTTPServerResponse : public TObject
 {
 public:
+    /// Made by the server for each request; ARequest outlives it.
     TZnHTTPServerResponse(TZnCustomHTTPServer& AServer, PZnHTTPServerRequest ARequest);
     ~TZnHTTPServerResponse() override;
     TZnHTTPServerResponse(const TZnHTTPServerResponse&) = delete;
     TZnHTTPServerResponse& operator=(const TZnHTTPServerResponse&) = delete;
 
+    /// The server that will send it.
     TZnCustomHTTPServer& GetHTTPServer() const { return FHTTPServer; }
+    /// The request that it answers.
     PZnHTTPServerRequest GetRequest() const { return FRequest; }
 
     /// Default 200. Negative: a bare 500 with StatusDescription as its reason, then disconnect. What is
@@ -78,6 +82,7 @@ public:
     bool GetPartialContent() const { return FPartialContent; }
     void SetPartialContent(bool AValue) { FPartialContent = AValue; }
 
+    /// Where the body comes from. Default rtText; the setters of sources move it.
     TZnHTTPServerResponseType GetResponseType() const { return FResponseType; }
     /// The way back: frees an owned stream or buffer and closes the file handle unless AValue uses
     /// it, and clears the text unless AValue is rtText.
@@ -90,6 +95,7 @@ public:
     /// The body as bytes in memory. Refused for rtStream and rtFile.
     const void* GetResponseBuffer() const { return FResponseBuffer; }
     void SetResponseBuffer(const void* AValue);
+    /// The number of bytes of the buffer. Refused for rtStream and rtFile.
     std::uint32_t GetResponseBufSize() const { return FResponseBufSize; }
     void SetResponseBufSize(std::uint32_t AValue);
 
@@ -106,6 +112,7 @@ public:
 
     /// Appends a field; nothing is merged or replaced.
     void AddUnknownHeader(std::string AName, std::string AValue);
+    /// All fields that were added, in order.
     const std::vector<TZnHTTPHeader>& GetUnknownHeaders() const { return FUnknownHeaders; }
 
     /// Sets a cookie: replaces the first Set-Cookie field whose value begins with AName, else

@@ -1,8 +1,10 @@
 // The life of one request on a worker, from the hand-over to the last byte of the answer.
 
+#include <algorithm>
 #include <optional>
 
 #include "common/Text.h"
+#include "platform/httpapi/Target.h"
 #include "uZnHTTPServer/CurrentExchange.h"
 #include "uZnHTTPServer/ErrorPages.h"
 #include "uZnHTTPServer/Failures.h"
@@ -35,6 +37,27 @@ void AnswerWithStatus(TZnHTTPServerResponse& AResponse, std::string_view AAccept
 void AnswerWithFailure(TZnHTTPServerResponse& AResponse, std::string_view AAccept, const std::string& AText)
 {
     Zn::AnswerWithErrorPage(AResponse, 500, Zn::MakeErrorPage(AAccept, AText));
+}
+
+/// The URL as the client used it, where a trusted proxy told so.
+void TakeForwardedUrl(const Zn::ForwardedOrigin& AOrigin, TZnURLData& AUrl)
+{
+    if (AOrigin.Proto.empty() && AOrigin.Host.empty())
+        return;
+    const auto DefaultPort = [](const std::string& AScheme) {
+        return static_cast<std::uint16_t>(SameText(AScheme, "https") ? 443 : 80);
+    };
+    const std::string Scheme = AOrigin.Proto.empty() ? AUrl.Scheme : AOrigin.Proto;
+    // The service's URLs are scheme://host:port/...
+    const std::size_t HostStart = AUrl.URL.find("://") + 3;
+    const std::size_t PathStart = std::min(AUrl.URL.find('/', HostStart), AUrl.URL.size());
+    std::string Host = AUrl.URL.substr(HostStart, AUrl.URL.rfind(':', PathStart) - HostStart);
+    std::uint16_t Port = AUrl.Port == DefaultPort(AUrl.Scheme) ? DefaultPort(Scheme) : AUrl.Port;
+    if (const auto Forwarded = Zn::SplitHost(AOrigin.Host, DefaultPort(Scheme))) {
+        Host = Forwarded->Host;
+        Port = Forwarded->Port;
+    }
+    AUrl = ZnDecodeURL(Scheme + "://" + Host + ":" + std::to_string(Port) + AUrl.URL.substr(PathStart));
 }
 
 } // namespace
@@ -101,6 +124,7 @@ void TZnCustomHTTPServer::FillRequest(TZnHTTPServerResponseThread& AResponseThre
     ARequest.HttpVerb = Record->Verb;
     ARequest.UrlData =
         ZnDecodeURL(Record->CookedUrl.pFullUrl, Record->CookedUrl.FullUrlLength, cCodePageUTF16);
+    TakeForwardedUrl(AResponseThread.GetOrigin(), ARequest.UrlData);
     ARequest.Secure = SameText(ARequest.UrlData.Scheme, "https");
     ARequest.RemoteIp = ZnIPAddrToStr(Record->Address.pRemoteAddress);
 

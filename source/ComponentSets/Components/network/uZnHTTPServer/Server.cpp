@@ -9,6 +9,7 @@
 #include "uZnHTTPServer/AuthTokenManager.h"
 #include "uZnHTTPServer/Failures.h"
 #include "uZnHTTPServer/ListenThread.h"
+#include "uZnHTTPServer/Metrics.h"
 #include "uZnHTTPServer/OpenIDConnect.h"
 #include "uZnHTTPServer/Worker.h"
 
@@ -49,12 +50,40 @@ void TZnCustomHTTPServer::SetActive(bool AValue)
 {
     if (AValue == GetActive())
         return;
-    ZnAssert(!TZnHTTPServerResponseThread::IsWorkerOf(*this),
-             "A handler can't stop its own server: stopping waits for the handler");
+    AssertNoWorker();
     if (AValue)
         Initialize();
     else
         Finalize();
+}
+
+void TZnCustomHTTPServer::AssertNoWorker() const
+{
+    ZnAssert(!TZnHTTPServerResponseThread::IsWorkerOf(*this),
+             "A handler can't stop its own server: stopping waits for the handler");
+}
+
+void TZnCustomHTTPServer::ReloadConfiguration()
+{
+    if (!GetActive())
+        return;
+    Zn::RequireFunction(Zn::HttpApi.ZnHttpReloadConfiguration != nullptr, "ZnHttpReloadConfiguration");
+    CheckResult(Zn::HttpApi.ZnHttpReloadConfiguration(), "The configuration can't be taken over in whole.");
+}
+
+TZnHTTPServerDrainResult TZnCustomHTTPServer::Drain(std::chrono::milliseconds ATime)
+{
+    if (!GetActive())
+        return {};
+    AssertNoWorker();
+    Zn::RequireFunction(Zn::HttpApi.ZnHttpDrainQueue != nullptr, "ZnHttpDrainQueue");
+    constexpr std::int64_t cLongest = 0x7FFFFFFF;
+    TZnHttpDrainResult Result{};
+    CheckResult(Zn::HttpApi.ZnHttpDrainQueue(
+        FReqQueue, static_cast<std::uint32_t>(std::clamp<std::int64_t>(ATime.count(), 0, cLongest)),
+        &Result));
+    SetActive(false);
+    return {Result.Ended, Result.Cut};
 }
 
 TZnHTTPServerVersion TZnCustomHTTPServer::GetServerVersion() const
@@ -86,6 +115,45 @@ void TZnCustomHTTPServer::SetMaxBodySize(std::int64_t AValue)
     FMaxBodySize = std::max<std::int64_t>(AValue, 0);
 }
 
+void TZnCustomHTTPServer::SetTrustedProxies(const std::vector<std::string>& ARanges)
+{
+    FTrustedProxies = ARanges.empty() ? nullptr : std::make_unique<const Zn::TrustedProxies>(ARanges);
+}
+
+void TZnCustomHTTPServer::SetMetricsEnabled(bool AValue)
+{
+    if (AValue != GetMetricsEnabled())
+        FCounters = AValue ? std::make_unique<Zn::RequestCounters>() : nullptr;
+}
+
+std::string TZnCustomHTTPServer::MetricsText()
+{
+    std::string Text;
+    if (!FCounters)
+        return Text;
+    FCounters->AppendTo(Text);
+    const std::uint64_t Workers = GetWorkerCount();
+    const std::uint64_t Idle = std::min<std::uint64_t>(GetIdleWorkerCount(), Workers);
+    Zn::AppendMetric(Text, "zn_http_requests_in_flight", "gauge", "Requests at work.", Workers - Idle);
+    Zn::AppendMetric(Text, "zn_http_workers", "gauge", "Worker threads.", Workers);
+    Zn::AppendMetric(Text, "zn_http_requests_without_worker_total", "counter",
+                     "Requests answered 503 as all workers were busy.",
+                     FExhausted.load(std::memory_order_relaxed));
+    TZnHttpStatistics Service{};
+    if (Zn::HttpApi.ZnHttpQueryStatistics == nullptr ||
+        Zn::HttpApi.ZnHttpQueryStatistics(FReqQueue, &Service) != 0)
+        return Text;
+    Zn::AppendMetric(Text, "zn_http_queue_length", "gauge", "Requests that wait for the server.",
+                     Service.QueueLength);
+    Zn::AppendMetric(Text, "zn_http_requests_unavailable_total", "counter",
+                     "Requests answered 503 ahead of the server, of the whole process.", Service.Unavailable);
+    Zn::AppendMetric(Text, "zn_http_connections", "gauge", "Open connections of the whole process.",
+                     Service.Connections);
+    Zn::AppendMetric(Text, "zn_http_connections_total", "counter", "Connections taken, of the whole process.",
+                     Service.Accepted);
+    return Text;
+}
+
 void TZnCustomHTTPServer::SetName(const std::string& AName)
 {
     FLogger = TZnLogger::GetLogger(AName);
@@ -105,6 +173,9 @@ void TZnCustomHTTPServer::Initialize()
     Zn::LoadHttpApi();
     try {
         FPortCertificates.Apply();
+        ApplyLimits();
+        HandInSockets();
+        ExpectProxyHeaders();
         TZnHTTPServerSSLModes Seen;
         if (Zn::SelectedServerVersion() == HTTPServerV1) {
             OpenQueueV1(Seen);
@@ -118,6 +189,33 @@ void TZnCustomHTTPServer::Initialize()
         Finalize();
         throw;
     }
+}
+
+void TZnCustomHTTPServer::ApplyLimits() const
+{
+    if (!FServiceLimits)
+        return;
+    Zn::RequireFunction(Zn::HttpApi.ZnHttpSetServiceLimits != nullptr, "ZnHttpSetServiceLimits");
+    CheckResult(Zn::HttpApi.ZnHttpSetServiceLimits(&*FServiceLimits), "A limit is out of its range.");
+}
+
+void TZnCustomHTTPServer::HandInSockets()
+{
+    for (const int Fd : FListenSockets) {
+        Zn::RequireFunction(Zn::HttpApi.ZnHttpAddListenSocket != nullptr, "ZnHttpAddListenSocket");
+        CheckResult(Zn::HttpApi.ZnHttpAddListenSocket(Fd),
+                    ZnFormat("Descriptor %d can't be listened to.", Fd));
+    }
+}
+
+void TZnCustomHTTPServer::ExpectProxyHeaders()
+{
+    if (!FProxyProtocol || !FTrustedProxies)
+        return;
+    Zn::RequireFunction(Zn::HttpApi.ZnHttpSetProxyProtocol != nullptr, "ZnHttpSetProxyProtocol");
+    for (const std::string& Binding : FBindings)
+        CheckResult(Zn::HttpApi.ZnHttpSetProxyProtocol(TZnURLData::Create(Binding).Port,
+                                                       FTrustedProxies->Text().c_str()));
 }
 
 void TZnCustomHTTPServer::OpenQueueV1(TZnHTTPServerSSLModes& AModes)

@@ -1,25 +1,30 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "common/Component.h"
 #include "common/Locks.h"
 #include "common/Logger.h"
 #include "common/Set.h"
 #include "common/StringList.h"
+#include "platform/Api.h"
 #include "uZnHTTPServer/AuthExceptions.h"
 #include "uZnHTTPServer/AuthMonitor.h"
 #include "uZnHTTPServer/PageFiles.h"
 #include "uZnHTTPServer/PortCertificates.h"
 #include "uZnHTTPServer/RequestBuffers.h"
 #include "uZnHTTPServer/Response.h"
+#include "uZnHTTPServer/TrustedProxies.h"
 #include "uZnHTTPServer/WorkerPool.h"
 
 class TZnHTTPServerAuthToken;
@@ -28,23 +33,35 @@ class TZnHTTPServerListenThread;
 class TZnHTTPServerOIDC;
 class TZnJWT;
 class TZnTextParser;
+namespace Zn
+{
+class RequestCounters;
+}
 class TZnHTTPServerResponseThread;
 
 /// Which operations of the HTTP service are used: a queue with URLs of its own, or a session with a
 /// URL group and a named queue of length 10.
 enum TZnHTTPServerVersion : std::uint8_t { HTTPServerV1, HTTPServerV2 };
 
+/// What became of the requests that were at work, or on their way, when a server was told to drain.
+struct TZnHTTPServerDrainResult
+{
+    std::uint32_t Ended = 0; // came to their end, by a whole answer or by the client's leaving
+    std::uint32_t Cut = 0;   // lost their connection when the time was over
+};
+
 /// Seen among the bindings: https on port 443, https on another port.
 enum TZnHTTPServerSSLMode : std::uint8_t { ssmDefaultSSL, ssmCustomSSL };
+/// The kinds that were seen.
 using TZnHTTPServerSSLModes = TZnSet<TZnHTTPServerSSLMode>;
 
 /// Room for what a request carries besides the fixed record (URL, header fields, addresses), in
 /// bytes. A request that needs more is dropped and its connection closed. Bodies of unknown length
 /// are read in steps of 16 times this. Process-wide; set it while no server is active.
-extern std::int32_t RequestBufferSize; // 2048
+ZN_API extern std::int32_t RequestBufferSize; // 2048
 
 /// The application identifier in certificate bindings.
-extern const TGUID SSLGUID;
+ZN_API extern const TGUID SSLGUID;
 
 /// Answers through the worker's own operations; nothing is done before or after it.
 using TZnHTTPServerOnResponseRaw =
@@ -78,16 +95,29 @@ using TZnHTTServerOnAuthenticate =
 /// Errors:    SetActive raises Exception ("No bindings defined!") or EZnHTTPException with the
 ///            platform's number, and leaves the server inactive. A client's bad input is answered
 ///            (4xx), never raised.
-class TZnCustomHTTPServer : public TComponent
+class ZN_API TZnCustomHTTPServer : public TComponent
 {
 public:
     explicit TZnCustomHTTPServer(TComponent* AOwner);
     ~TZnCustomHTTPServer() override;
 
+    /// The service is open.
     bool GetActive() const { return FReqQueue != 0; }
     /// Opens or closes the service. Closing waits, without limit, until no request is in work;
     /// handlers in WaitForEvents are woken.
     virtual void SetActive(bool AValue);
+
+    /// Closes the service gracefully: no new connections, idle ones close, and requests that have begun are
+    /// served within ATime, with "Connection: close" on their answers. What runs longer loses its connection,
+    /// and handlers in WaitForEvents are woken; a handler that goes on all the same is waited for without
+    /// limit. The server is inactive afterwards. Nothing happens while it is inactive.
+    TZnHTTPServerDrainResult Drain(std::chrono::milliseconds ATime);
+
+    /// Takes changes of the configuration store over without a stop: certificates of the SSL binding list and
+    /// addresses of the IP listen list, for all servers of the process. Connections stay. Raises
+    /// EZnHTTPException with the first number of what can't be had, which stays as it was. Nothing happens
+    /// while the server is inactive.
+    void ReloadConfiguration();
 
     /// Drops what arrives from now on, until the next SetActive(true). Any thread.
     void StopAcceptingRequests() { FAcceptRequests.store(false); }
@@ -104,6 +134,7 @@ public:
     /// The handler; setting one of the two clears the other.
     const TZnHTTPServerOnResponse& GetOnResponse() const { return FOnResponse; }
     void SetOnResponse(TZnHTTPServerOnResponse AValue);
+    /// A handler without the pipeline: no pages, ranges, coding or logons.
     const TZnHTTPServerOnResponseRaw& GetOnResponseRaw() const { return FOnResponseRaw; }
     void SetOnResponseRaw(TZnHTTPServerOnResponseRaw AValue);
 
@@ -113,6 +144,25 @@ public:
     {
         FPortCertificates.Set(std::move(ACertificate));
     }
+
+    /// Listening TCP sockets that the service is to use in place of opening the ports that they listen on, as
+    /// a service manager hands them in (ZnTakeListenSockets). They stay the caller's and open as long as
+    /// SetActive may be called. Default none. SetActive raises EZnHTTPException with a socket's number for
+    /// what is none of that kind.
+    void SetListenSockets(std::vector<int> AValue) { FListenSockets = std::move(AValue); }
+
+    /// Proxies in front of this server: addresses and ranges ("192.0.2.0/24"). In a request that comes from
+    /// one of them, the fields below tell the client's address, which takes the place of the proxy's in
+    /// RemoteIp and in the service's record, and the scheme and host that it used, for Secure and UrlData.
+    /// From anybody else they say nothing. Default none. Raises EInvalidArgument for what is no range. Change
+    /// these three while inactive.
+    void SetTrustedProxies(const std::vector<std::string>& ARanges);
+    /// What those proxies write. Default ffXForwarded. They have to write or remove all fields of that kind:
+    /// what they leave alone is the client's word.
+    void SetForwardedFields(TZnForwardedFields AValue) { FForwardedFields = AValue; }
+    /// Connections from those proxies begin with a header of the PROXY protocol, version 1 or 2, whose client
+    /// counts as the connection's remote address; one without it is closed. Default false.
+    void SetProxyProtocol(bool AValue) { FProxyProtocol = AValue; }
 
     /// Of the challenges, and a part of every stored hash: a hash made under another realm doesn't match.
     /// Default "Tolmary". Any thread, any time.
@@ -165,6 +215,7 @@ public:
     /// Each line becomes a Content-Security-Policy field of every response. Default empty. The list
     /// itself: on an active server it is changed under CSPDirectivesLock only.
     TStringList& GetCSPDirectives() ZN_NO_THREAD_SAFETY_ANALYSIS { return FCSPDirectives; }
+    /// Held by workers for each response while they read the list.
     TZnCriticalSection& GetCSPDirectivesLock() ZN_RETURN_CAPABILITY(FCSPDirectivesLock)
     {
         return FCSPDirectivesLock;
@@ -181,9 +232,30 @@ public:
     std::int64_t GetMaxPageSize() const { return FMaxPageSize; }
     void SetMaxPageSize(std::int64_t AValue);
 
-    /// Workers made so far, and those of them that wait for a request. Any thread.
+    /// How many requests may be at work at once; the next one is answered 503. Default 128. Change it while
+    /// inactive.
+    std::int32_t GetMaxWorkerThreadCnt() const { return FMaxWorkerThreadCnt; }
+    void SetMaxWorkerThreadCnt(std::int32_t AValue) { FMaxWorkerThreadCnt = AValue; }
+
+    /// The limits of the HTTP service below, which are set for the whole process when this server is
+    /// activated. Default: they are left as they are. SetActive raises EZnHTTPException 87 for a value out of
+    /// its range.
+    TZnHttpServiceLimits GetServiceLimits() const { return FServiceLimits.value_or(TZnHttpServiceLimits{}); }
+    void SetServiceLimits(const TZnHttpServiceLimits& AValue) { FServiceLimits = AValue; }
+
+    /// Workers made so far. Any thread.
     std::size_t GetWorkerCount() { return FWorkerPool.GetWorkerCount(); }
+    /// Those that wait for a request. Any thread.
     std::size_t GetIdleWorkerCount() { return FWorkerPool.GetIdleCount(); }
+
+    /// Requests are counted and timed, for MetricsText. Default false; change it while inactive. What was
+    /// counted is forgotten when it is set to false.
+    bool GetMetricsEnabled() const { return FCounters != nullptr; }
+    void SetMetricsEnabled(bool AValue);
+    /// Counters, durations and how the server stands now, in the text format of Prometheus (content type
+    /// "text/plain; version=0.0.4"): the names stand in docs/operations.md. Empty unless enabled. Any thread
+    /// while the server is active, a handler too.
+    std::string MetricsText();
 
     /// The SSL kinds that were ever seen among the bindings.
     TZnHTTPServerSSLModes GetSSLModes() const { return FSSLModes; }
@@ -242,6 +314,10 @@ private:
 
     // Life cycle (Server.cpp)
     void Initialize();
+    void AssertNoWorker() const;
+    void ApplyLimits() const;
+    void HandInSockets();
+    void ExpectProxyHeaders();
     void OpenQueueV1(TZnHTTPServerSSLModes& AModes);
     void OpenUrlGroup(TZnHTTPServerSSLModes& AModes);
     void OpenQueueV2();
@@ -309,6 +385,11 @@ private:
     HTTP_URL_GROUP_ID FHttpGroupID = 0;
     TStringList FBindings{"http://localhost:8080/localserver/"};
     Zn::PortCertificates FPortCertificates;
+    std::vector<int> FListenSockets;
+    std::unique_ptr<const Zn::TrustedProxies> FTrustedProxies; // empty: none
+    TZnForwardedFields FForwardedFields = ffXForwarded;
+    bool FProxyProtocol = false;
+    std::optional<TZnHttpServiceLimits> FServiceLimits;
     bool FListening = false; // the URLs are registered
     std::unique_ptr<TZnHTTPServerListenThread> FListenThread;
     TZnCriticalSection FCSPDirectivesLock;
@@ -321,12 +402,14 @@ private:
     TZnHTTServerOnGetStoredPassword FOnGetStoredPassword;
     TZnHTTServerOnAuthenticate FOnAuthenticate;
     std::int64_t FMaxPageSize = std::int64_t{64} << 20;
+    std::unique_ptr<Zn::RequestCounters> FCounters; // empty: nothing is counted
+    std::atomic<std::uint64_t> FExhausted{0};       // requests that found no worker
     Zn::PageFiles FPageFiles;
     Zn::RequestBufferPool FRequestBuffers;
     Zn::WorkerPool FWorkerPool; // FWorkerThreadLock, FWorkerThreads, FIdleWorkerThreads
 };
 
-class TZnHTTPServer : public TZnCustomHTTPServer
+class ZN_API TZnHTTPServer : public TZnCustomHTTPServer
 {
 public:
     using TZnCustomHTTPServer::TZnCustomHTTPServer;

@@ -1,8 +1,11 @@
 #include "uZnHTTPServer/Worker.h"
 
+#include <chrono>
+
 #include "common/Exceptions.h"
 #include "uZnHTTPServer/ApiBinding.h"
 #include "uZnHTTPServer/CurrentExchange.h"
+#include "uZnHTTPServer/Metrics.h"
 #include "uZnHTTPServer/Server.h"
 
 namespace
@@ -45,6 +48,7 @@ void TZnHTTPServerResponseThread::ProcessRequest(Zn::ReceivedRequest ARequest)
     FHTTP_REQUEST = std::move(ARequest);
     FSentStatus = 0;
     FSentBytes = 0;
+    FReceivedBytes = 0;
     if (FDisconnectArmed) {
         FDisconnectEvent.ResetEvent();
         FDisconnectArmed = false;
@@ -58,7 +62,10 @@ void TZnHTTPServerResponseThread::Execute()
     Zn::InitThreadVars();
     while (SleepUntilHandover()) {
         TZnLockGuard Guard(FLock);
-        ServeRequest();
+        if (FHTTPServer.FCounters)
+            ServeCounted(*FHTTPServer.FCounters);
+        else
+            ServeRequest();
         FHTTPServer.FWorkerPool.SetIdle(*this);
         // Before the look at Terminated that follows: a Terminate between the two would be lost.
         FIdleEvent.ResetEvent();
@@ -78,12 +85,24 @@ bool TZnHTTPServerResponseThread::SleepUntilHandover()
 void TZnHTTPServerResponseThread::ServeRequest()
 {
     try {
+        if (FHTTPServer.FTrustedProxies)
+            FHTTPServer.FTrustedProxies->Apply(FHTTPServer.FForwardedFields, *FHTTP_REQUEST.Get(), FOrigin);
         FHTTPServer.DoOnResponseRaw(*this);
     } catch (...) {
         // The request gets no further answer; the worker goes on.
     }
     FHTTP_REQUEST = {};
     Cleanup();
+}
+
+void TZnHTTPServerResponseThread::ServeCounted(Zn::RequestCounters& ACounters)
+{
+    const auto Start = std::chrono::steady_clock::now();
+    const THTTP_VERB Verb = FHTTP_REQUEST->Verb;
+    const std::uint64_t HeadBytes = FHTTP_REQUEST->BytesReceived;
+    ServeRequest();
+    ACounters.Count({Verb, FSentStatus, std::chrono::steady_clock::now() - Start, HeadBytes + FReceivedBytes,
+                     FSentBytes});
 }
 
 void TZnHTTPServerResponseThread::Cleanup()

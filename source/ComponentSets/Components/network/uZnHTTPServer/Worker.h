@@ -10,12 +10,18 @@
 #include "common/Events.h"
 #include "common/Locks.h"
 #include "common/Thread.h"
+#include "platform/Api.h"
 #include "uZnHTTPServer/AcceptLanguage.h"
 #include "uZnHTTPServer/BodyContent.h"
 #include "uZnHTTPServer/ReceivedRequest.h"
 #include "uZnHTTPServer/Request.h"
+#include "uZnHTTPServer/TrustedProxies.h"
 
 class TZnCustomHTTPServer;
+namespace Zn
+{
+class RequestCounters;
+}
 
 /// Serves one request after the other: sleeps, is handed a request, runs the server's
 /// DoOnResponseRaw, goes back to the idle list. A raw handler receives it and reads and answers
@@ -27,9 +33,10 @@ class TZnCustomHTTPServer;
 /// Threads:   ProcessRequest on the listen thread, Terminate on any; everything else on the worker's
 ///            own thread, while a request is in hand.
 /// Ownership: made and freed by the server's pool. Owns the request in hand, its body and cookies.
-class TZnHTTPServerResponseThread : public TThread
+class ZN_API TZnHTTPServerResponseThread : public TThread
 {
 public:
+    /// For the server's pool.
     explicit TZnHTTPServerResponseThread(TZnCustomHTTPServer& AHTTPServer);
     ~TZnHTTPServerResponseThread() override;
 
@@ -44,6 +51,9 @@ public:
 
     /// The service's record of the request in hand.
     PHTTP_REQUEST GetHTTP_REQUEST() const { return FHTTP_REQUEST.Get(); }
+    /// What a trusted proxy told about it; as of a direct connection without one.
+    const Zn::ForwardedOrigin& GetOrigin() const { return FOrigin; }
+    /// The queue of the present request, for calls of the service.
     THandle GetReqQueue() const { return FHTTP_REQUEST.ReqQueue(); }
 
     /// The value as it came; empty when the client didn't send it.
@@ -57,6 +67,7 @@ public:
     /// The first lookup of a request reads the Cookie field and compares without regard to case,
     /// later ones with it. Of like-named cookies the last counts.
     bool GetCookie(const TZnURLData& AUrlData, const std::string& ACookieName, std::string& ACookieValue);
+    /// The client's languages, the dearest first.
     TZnHTTPAcceptedLanguages GetAcceptedLanguages() const;
     /// Gives the body (null without one) and tells whether it has any bytes. It is read at the first
     /// call, straight into the stream that keeps it. Raises EZnHTTPConnection when the client is
@@ -69,12 +80,14 @@ public:
     /// Sends status line and headers. Returns the service's number. AFlags: HTTP_SEND_RESPONSE_FLAG_*.
     std::uint32_t SendHttpResponse(std::uint32_t AFlags, const THTTP_RESPONSE* AResponse,
                                    std::uint32_t& BytesSent);
+    /// The next piece of the body. 0 or the platform's number: 1229 when the client is gone.
     std::uint32_t SendHttpResponseEntityBody(std::uint32_t AFlags, std::uint16_t AChunkCount,
                                              const THTTP_DATA_CHUNK* AChunks, std::uint32_t& BytesSent);
 
     /// What has been sent for the request in hand: the status, 0 before it, and the bytes on the wire,
     /// head included. For logs.
     std::uint16_t GetSentStatus() const { return FSentStatus; }
+    /// Bytes of the present answer that were sent, its head included.
     std::uint64_t GetSentBytes() const { return FSentBytes; }
 
 protected:
@@ -83,6 +96,7 @@ protected:
 private:
     bool SleepUntilHandover();
     void ServeRequest() ZN_REQUIRES(FLock);
+    void ServeCounted(Zn::RequestCounters& ACounters) ZN_REQUIRES(FLock);
     void Cleanup();
     void NoteSent(std::uint32_t AStatus, std::uint32_t AFlags);
 
@@ -93,8 +107,10 @@ private:
     TSimpleEvent FTerminateEvent;
     TSimpleEvent FIdleEvent;
     Zn::ReceivedRequest FHTTP_REQUEST; // written while the worker sleeps; FIdleEvent passes it on
+    Zn::ForwardedOrigin FOrigin;
     std::uint16_t FSentStatus = 0;
     std::uint64_t FSentBytes = 0;
+    std::uint64_t FReceivedBytes = 0; // of the body
     OVERLAPPED FDisconnectOverlapped{};
     TSimpleEvent FDisconnectEvent;
     bool FDisconnectArmed = false; // FDisconnectEvent may have been set by the request before

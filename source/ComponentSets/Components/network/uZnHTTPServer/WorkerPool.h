@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "common/Locks.h"
+#include "platform/Api.h"
 #include "uZnHTTPServer/ReceivedRequest.h"
 
 class TZnCustomHTTPServer;
@@ -42,8 +43,8 @@ public:
     /// for without limit) and frees them.
     void Close();
 
-    std::size_t GetWorkerCount();
-    std::size_t GetIdleCount();
+    ZN_API std::size_t GetWorkerCount();
+    ZN_API std::size_t GetIdleCount();
 
 private:
     TZnHTTPServerResponseThread* TakeWorker(std::size_t AMaxCount, bool& AClosed);
