@@ -137,6 +137,7 @@ int main(int ACount, char** AArguments)
         Peers.push_back(MakeCurlPeer(Server.Port()));
         Peers.push_back(MakeFunctionsPeer(Server.Port()));
         Peers.push_back(MakeClientPeer(Server.Port()));
+        Peers.push_back(MakeWinINetPeer(Server.Port()));
         if (!OnlyPeer.empty()) // under a profiler
             std::erase_if(Peers, [&](const auto& AEach) { return OnlyPeer != AEach->Name(); });
         if (Only.empty() || Only == "get")

@@ -1,4 +1,4 @@
-// The client component, as an application uses it.
+// The client components, as an application uses them.
 
 #include <algorithm>
 #include <cstring>
@@ -8,6 +8,7 @@
 #include "benchmarks/client/Peers.h"
 #include "common/Streams.h"
 #include "uZnWinHTTP.h"
+#include "uZnWinINet.h"
 
 namespace
 {
@@ -43,14 +44,15 @@ private:
     std::int64_t FPosition = 0;
 };
 
+template <class TClient>
 class ClientPeer : public BenchPeer
 {
 public:
-    explicit ClientPeer(std::uint16_t APort)
-        : FAddress("http://127.0.0.1:" + std::to_string(APort)), FClient(nullptr)
+    ClientPeer(const char* AName, std::uint16_t APort)
+        : FName(AName), FAddress("http://127.0.0.1:" + std::to_string(APort)), FClient(nullptr)
     {
     }
-    const char* Name() const override { return "client"; }
+    const char* Name() const override { return FName; }
     std::uint64_t Get(const char* ATarget) override
     {
         EndlessStream Sink;
@@ -64,13 +66,19 @@ public:
     }
 
 private:
+    const char* FName;
     const std::string FAddress;
-    TZnWinHTTPClient FClient;
+    TClient FClient;
 };
 
 } // namespace
 
 std::unique_ptr<BenchPeer> MakeClientPeer(std::uint16_t APort)
 {
-    return std::make_unique<ClientPeer>(APort);
+    return std::make_unique<ClientPeer<TZnWinHTTPClient>>("client", APort);
+}
+
+std::unique_ptr<BenchPeer> MakeWinINetPeer(std::uint16_t APort)
+{
+    return std::make_unique<ClientPeer<TZnWinINetClient>>("wininet", APort);
 }

@@ -22,3 +22,5 @@ std::unique_ptr<BenchPeer> MakeFunctionsPeer(std::uint16_t APort);
 std::unique_ptr<BenchPeer> MakeFunctionsPeer(std::uint16_t APort, BenchPeer& AShared);
 /// The client component.
 std::unique_ptr<BenchPeer> MakeClientPeer(std::uint16_t APort);
+/// The same on the second transport.
+std::unique_ptr<BenchPeer> MakeWinINetPeer(std::uint16_t APort);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <openssl/crypto.h>
+
 #include "platform/httpclient/Request.h"
 
 namespace Zn::HttpClient
@@ -19,6 +21,8 @@ Connection::Connection(std::shared_ptr<Session> ASession, std::string AHost, std
 Connection::~Connection()
 {
     FSession->Remove(*this);
+    for (Account* Each : {&FServerAccount, &FProxyAccount})
+        OPENSSL_cleanse(Each->Password.data(), Each->Password.size());
 }
 
 void Connection::SetConnectTime(std::uint32_t AMilliseconds)

@@ -16,6 +16,15 @@ namespace Zn::HttpClient
 
 class Request;
 
+/// Name and password for whatever a server or proxy asks for; wiped at the end.
+struct Account
+{
+    std::string User;
+    std::string Password;
+
+    bool IsEmpty() const { return User.empty() && Password.empty(); }
+};
+
 /// A host, and the transfers that keep connections to it alive. A request takes one and gives it back; the
 /// lock is held for that alone. Any thread.
 class Connection final : public KernelObject
@@ -32,6 +41,14 @@ public:
     void SetConnectTime(std::uint32_t AMilliseconds);
     /// The session's defaults, with this connection's time for connecting.
     Settings Defaults() const;
+
+    /// What the connection's requests answer challenges with, unless they have something of their own.
+    template <class Change>
+    void ChangeAccount(bool AProxy, Change AChange)
+    {
+        MutexLock Lock(FLock);
+        AChange(AProxy ? FProxyAccount : FServerAccount);
+    }
 
     /// One whose connections were made under the same policy, or a new one; nullptr without memory.
     std::unique_ptr<Transfer> Take(const TlsPolicy& APolicy);
@@ -53,6 +70,8 @@ private:
     Mutex FLock;
     std::vector<std::unique_ptr<Transfer>> FIdle ZN_GUARDED_BY(FLock); // the last used one last
     std::vector<Request*> FRequests ZN_GUARDED_BY(FLock);
+    Account FServerAccount ZN_GUARDED_BY(FLock);
+    Account FProxyAccount ZN_GUARDED_BY(FLock);
     bool FClosed ZN_GUARDED_BY(FLock) = false;
 };
 

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include <openssl/crypto.h>
+#include <openssl/evp.h>
 
 #include "platform/errors/Errors.h"
 
@@ -15,6 +16,9 @@ namespace
 
 /// In one send, to one party: a server may change its mind, but not for ever.
 constexpr std::uint32_t cMaxAnswers = 3;
+
+/// The field that libcurl adds where nobody gives another, for less than one that it is given.
+constexpr std::string_view cLibcurlsOwnAccept = "Accept: */*";
 
 Url FirstUrl(const Connection& AConnection, const Request::Line& ALine)
 {
@@ -118,6 +122,33 @@ std::uint32_t Request::SetLogin(bool AProxy, Login ALogin)
     return FCancelled.load() ? cCancelled : NO_ERROR;
 }
 
+std::uint32_t Request::SetAccount(bool AProxy, const Account& AAccount)
+{
+    for (const std::uint32_t Each : {Basic, Ntlm, Digest, Negotiate}) {
+        if (const std::uint32_t Error = SetLogin(AProxy, {Each, AAccount.User, AAccount.Password, true}))
+            return Error;
+    }
+    return NO_ERROR;
+}
+
+void Request::TakeAccounts()
+{
+    for (const bool Proxy : {false, true}) {
+        Account Known;
+        FConnection->ChangeAccount(Proxy, [&](const Account& AAccount) { Known = AAccount; });
+        if (Known.IsEmpty())
+            continue;
+        SetAccount(Proxy, Known);
+        Wipe(Known.Password);
+    }
+}
+
+CertificateFacts Request::FailedPeer()
+{
+    MutexLock Lock(FLock);
+    return FFailedPeer;
+}
+
 // --- Sending ---------------------------------------------------------------------------------------
 
 std::uint32_t Request::Send(std::string_view ALines, std::span<const std::byte> AMemory)
@@ -192,12 +223,15 @@ std::uint32_t Request::Exchange()
 {
     FIncoming.Clear();
     FBodyError = NO_ERROR;
+    FFailedPeer = {};
     MakePlan();
     std::uint32_t Error = AttachTransfer();
     if (Error == NO_ERROR)
         Error = FTransfer->WaitForHead();
     if (Error == NO_ERROR && FTransfer->IsComplete())
         FBodyError = FTransfer->Result(); // one that broke off shows it where its body ends
+    if (Error != NO_ERROR && FTransfer)
+        FFailedPeer = FTransfer->PeerCertificate();
     if (Error != NO_ERROR || FTransfer->IsComplete())
         DetachTransfer();
     return Error;
@@ -276,6 +310,8 @@ void Request::MakeFieldList()
             (!AtHome() &&
              (SameName(Name, "Authorization") || SameName(Name, "Cookie") || SameName(Name, "Host"))))
             continue;
+        if (FPlan.Server != nullptr && FPlan.Server->AfterChallenge && SameName(Name, "Authorization"))
+            continue; // the answer to a challenge stands in its place
         if (FPlan.EngineCookies && SameName(Name, "Cookie")) {
             FPlan.Cookies.append(FPlan.Cookies.empty() ? "" : "; ").append(Each.Value());
             continue;
@@ -283,6 +319,8 @@ void Request::MakeFieldList()
         HasAgent = HasAgent || SameName(Name, "User-Agent");
         HasAccept = HasAccept || SameName(Name, "Accept");
         HasType = HasType || SameName(Name, "Content-Type");
+        if (Each.Line == cLibcurlsOwnAccept)
+            continue;
         if (SameName(Name, "Connection") && SameName(Each.Value(), "close"))
             FPlan.KeepAlive = false;
         if (Each.Value().empty())
@@ -336,14 +374,19 @@ std::string Request::FormatHead() const
 
 // --- Challenges and redirects ----------------------------------------------------------------------
 
-/// Basic needs no question; the others wait for theirs. Something that isn't offered is never sent.
+/// Basic needs no question, unless it is told to wait; the others wait for theirs. Something that isn't
+/// offered is never sent.
 const Login* Request::Choose(const Party& AParty)
 {
     const Login* Best = nullptr;
     for (const Login& Each : AParty.Logins) {
-        const bool Fits =
-            AParty.Asked.Offered != 0 ? (AParty.Asked.Offered & Each.Scheme) != 0 : Each.Scheme == Basic;
-        if (Fits && (Best == nullptr || Each.Scheme > Best->Scheme))
+        const bool Fits = AParty.Asked.Offered != 0 ? (AParty.Asked.Offered & Each.Scheme) != 0
+                                                    : Each.Scheme == Basic && !Each.AfterChallenge;
+        if (!Fits)
+            continue;
+        if (Each.Scheme == AParty.Asked.Best)
+            return &Each;
+        if (Best == nullptr || Each.Scheme > Best->Scheme)
             Best = &Each;
     }
     return Best;
@@ -358,6 +401,26 @@ void Request::ReadChallenge()
         FProxy.Asked = ReadChallenges(FIncoming.Head, "Proxy-Authenticate", AnswerableSchemes());
 }
 
+/// Whether the caller's own field has said already what ALogin would.
+bool Request::WasSaid(const Login& ALogin) const
+{
+    const RequestFields::Field* Own = FFields.Find("Authorization");
+    if (Own == nullptr || ALogin.Scheme != Basic)
+        return false;
+    std::string Plain = ALogin.User + ':' + ALogin.Password;
+    std::vector<unsigned char> Coded(4 * (Plain.size() / 3 + 1) + 1);
+    const int Length = EVP_EncodeBlock(Coded.data(), reinterpret_cast<const unsigned char*>(Plain.data()),
+                                       static_cast<int>(Plain.size()));
+    Wipe(Plain);
+    const bool Same =
+        Own->Value().starts_with("Basic ") &&
+        std::ranges::equal(
+            Own->Value().substr(6), std::span(Coded.data(), static_cast<std::size_t>(Length)),
+            [](char ALeft, unsigned char ARight) { return static_cast<unsigned char>(ALeft) == ARight; });
+    OPENSSL_cleanse(Coded.data(), Coded.size());
+    return Same;
+}
+
 /// Whether there is an answer to a challenge that this send hasn't given yet.
 bool Request::CanAnswer()
 {
@@ -370,6 +433,8 @@ bool Request::CanAnswer()
     const Login* Answer = Choose(Asking);
     if (Answer == nullptr || Answer == Asking.Answer || Asking.AnswersLeft == 0)
         return false;
+    if (ByServer && Asking.Answer == nullptr && WasSaid(*Answer))
+        return false; // the same again would be the same wrong guess
     --Asking.AnswersLeft;
     Asking.Answer = Answer;
     return true;

@@ -44,6 +44,8 @@ public:
     Request(std::shared_ptr<Connection> AConnection, Line ALine);
     ~Request() override;
 
+    Session& Owner() const { return FConnection->Owner(); }
+
     std::uint32_t ChangeFields(std::string_view ALines, const FieldChange& AChange);
     /// AChange takes the settings and gives a number.
     template <class Change>
@@ -56,6 +58,10 @@ public:
     std::uint32_t SetCertificatePassword(std::string APassword);
     std::uint32_t SetCertificate(std::string ABytes);
     std::uint32_t SetLogin(bool AProxy, Login ALogin);
+    /// For whatever scheme a challenge asks for; nothing of it goes out before.
+    std::uint32_t SetAccount(bool AProxy, const Account& AAccount);
+    /// What the connection has.
+    void TakeAccounts();
 
     /// ALines are added first. AMemory has to stand until the call returns; empty: the body source, if there
     /// is one.
@@ -78,6 +84,9 @@ public:
     std::uint32_t FieldValue(std::string_view AName, std::size_t AOccurrence, std::string& AResult);
     /// The URL in use, after redirects.
     std::uint32_t Address(std::string& AResult);
+
+    /// The server's certificate, when the last send has failed and had come so far as to see it.
+    CertificateFacts FailedPeer();
 
     /// Waits for bytes of the body; 0 at its end.
     std::uint32_t WaitForData(std::size_t& AAvailable);
@@ -112,6 +121,7 @@ private:
     std::uint32_t AttachTransfer() ZN_REQUIRES(FLock);
     void DetachTransfer() ZN_REQUIRES(FLock);
     void ReadChallenge() ZN_REQUIRES(FLock);
+    bool WasSaid(const Login& ALogin) const ZN_REQUIRES(FLock);
     bool CanAnswer() ZN_REQUIRES(FLock);
     static const Login* Choose(const Party& AParty);
     bool LeadsOn() const ZN_REQUIRES(FLock);
@@ -147,6 +157,7 @@ private:
     std::list<std::string> FEmptyFields ZN_GUARDED_BY(FLock);
     Incoming FIncoming ZN_GUARDED_BY(FLock);
     bool FHasResponse ZN_GUARDED_BY(FLock) = false;
+    CertificateFacts FFailedPeer ZN_GUARDED_BY(FLock);
     std::uint32_t FBodyError ZN_GUARDED_BY(FLock) = 0;
 
     Mutex FWakeLock;                     // after every other lock

@@ -1,5 +1,7 @@
 #include "platform/httpclient/Tls.h"
 
+#include <ctime>
+
 #include <openssl/bio.h>
 #include <openssl/crypto.h>
 #include <openssl/err.h>
@@ -73,6 +75,22 @@ std::uint32_t CheckPem(const std::string& ABytes, std::string& APassword)
         return ERROR_INVALID_PASSWORD;
     return X509_check_private_key(Leaf.get(), Private.get()) == 1 ? NO_ERROR
                                                                   : ERROR_WINHTTP_CLIENT_CERT_NO_PRIVATE_KEY;
+}
+
+/// A name in one line (RFC 4514): UTF-8, with what could write over a terminal escaped.
+std::string TextOf(const X509_NAME* AName)
+{
+    const Bio Text(BIO_new(BIO_s_mem()));
+    X509_NAME_print_ex(Text.get(), AName, 0, XN_FLAG_RFC2253 & ~ASN1_STRFLGS_ESC_MSB);
+    char* Bytes = nullptr;
+    const long Length = BIO_get_mem_data(Text.get(), &Bytes);
+    return Length > 0 ? std::string(Bytes, static_cast<std::size_t>(Length)) : std::string();
+}
+
+std::int64_t SecondsOf(const ASN1_TIME* ATime)
+{
+    std::tm Parts{};
+    return ASN1_TIME_to_tm(ATime, &Parts) == 1 ? timegm(&Parts) : 0;
 }
 
 int ChecksIndex()
@@ -191,6 +209,22 @@ void TlsChecks::Clear()
 {
     FFault = 0;
     FCertificateMissed = false;
+    FPeer.reset();
+}
+
+CertificateFacts TlsChecks::PeerCertificate() const
+{
+    CertificateFacts Result;
+    if (!FPeer)
+        return Result;
+    Result.Known = true;
+    Result.Subject = TextOf(X509_get_subject_name(FPeer.get()));
+    Result.Issuer = TextOf(X509_get_issuer_name(FPeer.get()));
+    Result.NotBefore = SecondsOf(X509_get0_notBefore(FPeer.get()));
+    Result.NotAfter = SecondsOf(X509_get0_notAfter(FPeer.get()));
+    X509_digest(FPeer.get(), EVP_sha256(), Result.Fingerprint.data(), nullptr);
+    ERR_clear_error();
+    return Result;
 }
 
 void TlsChecks::Attach(SSL_CTX* AContext)
@@ -212,11 +246,15 @@ bool TlsChecks::Forgives(int AError) const
 
 int TlsChecks::OnVerify(int AGood, X509_STORE_CTX* AChain)
 {
-    if (AGood == 1)
-        return 1;
     auto* Connection =
         static_cast<SSL*>(X509_STORE_CTX_get_ex_data(AChain, SSL_get_ex_data_X509_STORE_CTX_idx()));
     TlsChecks& Checks = ChecksOf(Connection);
+    if (X509* const Peer = X509_STORE_CTX_get0_cert(AChain); Peer != Checks.FPeer.get() && Peer != nullptr) {
+        X509_up_ref(Peer);
+        Checks.FPeer.reset(Peer, X509_free);
+    }
+    if (AGood == 1)
+        return 1;
     const int Error = X509_STORE_CTX_get_error(AChain);
     if (Checks.Forgives(Error)) {
         X509_STORE_CTX_set_error(AChain, X509_V_OK); // libcurl looks at the result once more

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -49,6 +50,17 @@ enum CertificateFault : std::uint32_t {
 /// TLS versions; the bits of WINHTTP_OPTION_SECURE_PROTOCOLS.
 enum TlsVersion : std::uint32_t { Tls12 = 2048, Tls13 = 8192 };
 
+/// What a certificate says of itself, as a user is shown it.
+struct CertificateFacts
+{
+    bool Known = false;         // else there is none to tell of
+    std::string Subject;        // RFC 4514, UTF-8, without control characters
+    std::string Issuer;         // the same
+    std::int64_t NotBefore = 0; // seconds since 1970, UTC
+    std::int64_t NotAfter = 0;
+    std::array<std::uint8_t, 32> Fingerprint{}; // SHA-256 of its bytes
+};
+
 /// What a secure connection has to be. Connections are shared only among requests that agree in it.
 struct TlsPolicy
 {
@@ -74,6 +86,8 @@ public:
     std::uint32_t Fault() const { return FFault; }
     /// The server asked for a certificate and there was none to give.
     bool CertificateMissed() const { return FCertificateMissed; }
+    /// The server's own, of the last handshake since Clear.
+    CertificateFacts PeerCertificate() const;
 
 private:
     static int OnVerify(int AGood, X509_STORE_CTX* AChain);
@@ -84,6 +98,7 @@ private:
     const TlsPolicy& FPolicy;
     std::uint32_t FFault = 0;
     bool FCertificateMissed = false;
+    std::shared_ptr<X509> FPeer;
 };
 
 } // namespace Zn::HttpClient

@@ -9,9 +9,9 @@ namespace Zn::HttpClient
 namespace
 {
 
-constexpr std::size_t cReceiveSize = 16 * 1024; // what libcurl reads at once; more only leaves the caches
-constexpr std::size_t cMaxWaiting = 2 * cReceiveSize; // of a body that nobody reads yet
-constexpr std::size_t cMaxInOnePiece = 60 * 1024;     // a body that leaves together with the head
+constexpr std::size_t cReceiveSize = 16 * 1024;   // what libcurl reads at once; more only leaves the caches
+constexpr std::size_t cEnough = 4 * cReceiveSize; // of a body, to be read before libcurl goes on
+constexpr std::size_t cMaxInOnePiece = 60 * 1024; // a body that leaves together with the head
 constexpr long cUploadSize = 128 * 1024;
 constexpr long cKeptConnections = 4; // of one transfer: redirects may lead to other hosts
 
@@ -76,7 +76,8 @@ bool Transfer::Open()
 {
     FMulti = curl_multi_init();
     FEasy = curl_easy_init();
-    if (FMulti == nullptr || FEasy == nullptr || !FSockets.IsGood())
+    FAddress = curl_url();
+    if (FMulti == nullptr || FEasy == nullptr || FAddress == nullptr || !FSockets.IsGood())
         return false;
     FSockets.Attach(FMulti);
     SetLastingOptions();
@@ -91,6 +92,7 @@ Transfer::~Transfer()
         curl_easy_cleanup(FEasy);
     if (FMulti != nullptr)
         curl_multi_cleanup(FMulti);
+    curl_url_cleanup(FAddress);
 }
 
 void Transfer::SetLastingOptions()
@@ -99,7 +101,7 @@ void Transfer::SetLastingOptions()
     Set(CURLOPT_NOSIGNAL, 1L);
     Set(CURLOPT_QUICK_EXIT, 1L); // a cancelled request doesn't wait for a name server
     Set(CURLOPT_PROTOCOLS_STR, "http,https");
-    Set(CURLOPT_PATH_AS_IS, 1L);
+    Set(CURLOPT_CURLU, FAddress);
     Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     Set(CURLOPT_PROXY, "");
     Set(CURLOPT_NOPROXY, ""); // the rules are ProxyRules', not the environment's
@@ -154,7 +156,8 @@ std::uint32_t Transfer::Begin(const TransferPlan& APlan, Incoming& AIncoming,
     FError = FOwnError = NO_ERROR;
     FChecks.Clear();
     FErrorText[0] = '\0';
-    SetRequest(APlan);
+    if (const std::uint32_t Error = SetRequest(APlan))
+        return Error;
     SetBody(APlan);
     SetCookies(APlan);
     SetLogins(APlan);
@@ -164,10 +167,21 @@ std::uint32_t Transfer::Begin(const TransferPlan& APlan, Incoming& AIncoming,
     return NO_ERROR;
 }
 
-void Transfer::SetRequest(const TransferPlan& APlan)
+std::uint32_t Transfer::SetAddress(const std::string& AUrl)
 {
-    if (FApplied.Url != APlan.Url)
-        Set(CURLOPT_URL, (FApplied.Url = APlan.Url).c_str());
+    if (FApplied.Url == AUrl)
+        return NO_ERROR;
+    FApplied.Url.clear();
+    if (const CURLUcode Code = curl_url_set(FAddress, CURLUPART_URL, AUrl.c_str(), CURLU_PATH_AS_IS))
+        return Code == CURLUE_OUT_OF_MEMORY ? ERROR_NOT_ENOUGH_MEMORY : ERROR_WINHTTP_INVALID_URL;
+    FApplied.Url = AUrl;
+    return NO_ERROR;
+}
+
+std::uint32_t Transfer::SetRequest(const TransferPlan& APlan)
+{
+    if (const std::uint32_t Error = SetAddress(APlan.Url))
+        return Error;
     if (FApplied.Proxy != APlan.ProxyAddress)
         Set(CURLOPT_PROXY, (FApplied.Proxy = APlan.ProxyAddress).c_str());
     if (FApplied.WholeTarget || !APlan.WholeTarget.empty()) {
@@ -189,6 +203,7 @@ void Transfer::SetRequest(const TransferPlan& APlan)
         Set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(Connect));
     }
     Set(CURLOPT_HTTPHEADER, APlan.Fields);
+    return NO_ERROR;
 }
 
 void Transfer::SetBody(const TransferPlan& APlan)
@@ -259,6 +274,8 @@ void Transfer::End()
 template <class Goal>
 std::uint32_t Transfer::DriveUntil(Goal AReached)
 {
+    if (AReached())
+        return NO_ERROR;
     FMoved = true; // the time in which nobody waited doesn't count
     CURLMcode Code = FSockets.Run();
     for (;;) {
@@ -461,11 +478,12 @@ std::size_t Transfer::TakeBody(const char* AData, std::size_t ASize)
     if (In.Available() == 0) {
         In.Body.clear();
         In.Read = 0;
-    } else if (In.Available() + ASize > cMaxWaiting) {
-        FPaused = true;
-        return CURL_WRITEFUNC_PAUSE;
     }
     In.Body.append(AData, ASize);
+    // libcurl would go on as long as bytes come. To refuse a piece, rather than to pause after it, has
+    // libcurl keep a copy.
+    if (In.Available() >= cEnough && curl_easy_pause(FEasy, CURLPAUSE_RECV) == CURLE_OK)
+        FPaused = true;
     return ASize;
 }
 

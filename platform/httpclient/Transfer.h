@@ -33,6 +33,7 @@ struct Login
     std::uint32_t Scheme = 0;
     std::string User;
     std::string Password;
+    bool AfterChallenge = false; // Basic, too, waits until it is asked for
 };
 
 /// What one exchange sends. All of it is borrowed and has to stand until the response is complete or given
@@ -93,6 +94,8 @@ public:
     /// Waits until bytes are available or the response is complete.
     std::uint32_t WaitForBody();
     bool IsComplete() const { return FComplete; }
+    /// The server's certificate, as far as this exchange has seen it in a handshake.
+    CertificateFacts PeerCertificate() const { return FChecks.PeerCertificate(); }
     /// Of a complete response: 0, or what broke it off.
     std::uint32_t Result() const { return FError; }
     /// Lets go of plan and response; closes the connection where the response isn't complete.
@@ -108,7 +111,8 @@ private:
     bool Open();
     void SetLastingOptions();
     void SetTlsOptions();
-    void SetRequest(const TransferPlan& APlan);
+    std::uint32_t SetRequest(const TransferPlan& APlan);
+    std::uint32_t SetAddress(const std::string& AUrl);
     void SetBody(const TransferPlan& APlan);
     void SetCookies(const TransferPlan& APlan);
     void SetLogins(const TransferPlan& APlan);
@@ -151,6 +155,7 @@ private:
     Sockets FSockets;
     CURLM* FMulti = nullptr;
     CURL* FEasy = nullptr;
+    CURLU* FAddress = nullptr; // parsed once; of a text libcurl would do that again for each exchange
     TlsChecks FChecks{FPolicy};
     std::array<char, CURL_ERROR_SIZE> FErrorText{};
 

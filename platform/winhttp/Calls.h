@@ -1,6 +1,7 @@
 #pragma once
 
-/// What the functions of Winhttp.h have in common: handles, texts, and how a number reaches the caller.
+/// What the functions of Winhttp.h and Wininet.h have in common: handles, texts, and how a number reaches the
+/// caller.
 
 #include <cstdint>
 #include <memory>
@@ -12,7 +13,7 @@
 #include "platform/errors/Errors.h"
 #include "platform/httpapi/Guarded.h"
 #include "platform/httpclient/Request.h"
-#include "platform/winhttp/Winhttp.h"
+#include "platform/winhttp/Values.h"
 
 namespace Zn::Winhttp
 {

@@ -1,9 +1,7 @@
 // WinHttpSetOption and WinHttpQueryOption.
 
-#include <cstring>
-
-#include "platform/text/Unicode.h"
-#include "platform/winhttp/Calls.h"
+#include "platform/winhttp/OptionValue.h"
+#include "platform/winhttp/Winhttp.h"
 
 using namespace Zn;
 using namespace Zn::Winhttp;
@@ -14,28 +12,6 @@ using HttpClient::Settings;
 
 namespace
 {
-
-/// The value of an option as it was given.
-struct Value
-{
-    const void* Buffer;
-    std::uint32_t Size;
-
-    bool IsEmpty() const { return Buffer == nullptr || Size == 0; }
-    template <class T>
-    bool Take(T& AResult) const
-    {
-        if (Buffer == nullptr || Size != sizeof(T))
-            return false;
-        std::memcpy(&AResult, Buffer, sizeof(T));
-        return true;
-    }
-    std::string Text() const { return Utf8FromUtf16Bytes(Buffer, Buffer == nullptr ? 0 : Size); }
-    std::string Bytes() const
-    {
-        return IsEmpty() ? std::string() : std::string(static_cast<const char*>(Buffer), Size);
-    }
-};
 
 constexpr std::uint32_t cForgivable =
     SECURITY_FLAG_IGNORE_UNKNOWN_CA | SECURITY_FLAG_IGNORE_CERT_WRONG_USAGE |
@@ -106,25 +82,10 @@ std::uint32_t SetNumber(Settings& ASettings, std::uint32_t AOption, std::uint32_
     }
 }
 
-std::uint32_t SetLimits(Settings& ASettings, const TZnHttpClientLimits& ALimits)
+std::uint32_t SetCommon(Settings& ASettings, std::uint32_t AOption, const OptionValue& AValue)
 {
-    const bool Possible = ALimits.HeaderBytes != 0 && ALimits.HeaderBytes <= 262144 &&
-                          ALimits.HeaderLines != 0 && ALimits.HeaderLines <= 65536 &&
-                          ALimits.IdleConnections != 0 && ALimits.IdleConnections <= 1024;
-    if (!Possible)
-        return ERROR_INVALID_PARAMETER;
-    ASettings.HeadLimits = {ALimits.HeaderBytes, ALimits.HeaderLines};
-    ASettings.DrainBytes = ALimits.DrainBytes;
-    ASettings.IdleConnections = ALimits.IdleConnections;
-    return NO_ERROR;
-}
-
-std::uint32_t SetCommon(Settings& ASettings, std::uint32_t AOption, const Value& AValue)
-{
-    if (AOption == ZN_OPTION_LIMITS) {
-        TZnHttpClientLimits Limits;
-        return AValue.Take(Limits) ? SetLimits(ASettings, Limits) : ERROR_INVALID_PARAMETER;
-    }
+    if (AOption == ZN_OPTION_LIMITS)
+        return SetLimits(ASettings, AValue);
     std::uint32_t Number = 0;
     if (AValue.Take(Number))
         return SetNumber(ASettings, AOption, Number);
@@ -133,15 +94,7 @@ std::uint32_t SetCommon(Settings& ASettings, std::uint32_t AOption, const Value&
                                                                           : ERROR_INVALID_PARAMETER;
 }
 
-std::uint32_t SetBodySource(Request& ARequest, const Value& AValue)
-{
-    TZnHttpBodySource Source{};
-    if (!AValue.IsEmpty() && (!AValue.Take(Source) || Source.Read == nullptr))
-        return ERROR_INVALID_PARAMETER;
-    return ARequest.SetBodySource({Source.Context, Source.TotalLength, Source.Read, Source.Rewind});
-}
-
-std::uint32_t SetOn(Request& ARequest, std::uint32_t AOption, const Value& AValue)
+std::uint32_t SetOn(Request& ARequest, std::uint32_t AOption, const OptionValue& AValue)
 {
     switch (AOption) {
     case WINHTTP_OPTION_CLIENT_CERT_CONTEXT:
@@ -158,7 +111,7 @@ std::uint32_t SetOn(Request& ARequest, std::uint32_t AOption, const Value& AValu
     }
 }
 
-std::uint32_t SetOn(Session& ASession, std::uint32_t AOption, const Value& AValue)
+std::uint32_t SetOn(Session& ASession, std::uint32_t AOption, const OptionValue& AValue)
 {
     std::uint32_t Error = NO_ERROR;
     ASession.ChangeDefaults([&](Settings& ASettings) {
@@ -170,7 +123,7 @@ std::uint32_t SetOn(Session& ASession, std::uint32_t AOption, const Value& AValu
     return Error;
 }
 
-std::uint32_t SetOn(Connection& AConnection, std::uint32_t AOption, const Value& AValue)
+std::uint32_t SetOn(Connection& AConnection, std::uint32_t AOption, const OptionValue& AValue)
 {
     std::uint32_t Time = 0;
     if (AOption != WINHTTP_OPTION_CONNECT_TIMEOUT)
@@ -242,7 +195,7 @@ bool WinHttpSetOption(HINTERNET AHandle, std::uint32_t AOption, const void* ABuf
 {
     return Run([&]() -> std::uint32_t {
         const std::shared_ptr<KernelObject> Object = LookupHandle(NumberOf(AHandle));
-        const Value Given{ABuffer, ASize};
+        const OptionValue Given{ABuffer, ASize};
         if (auto* Target = As<Request>(Object))
             return SetOn(*Target, AOption, Given);
         if (auto* Target = As<Session>(Object))

@@ -4,7 +4,8 @@
 #include <charconv>
 #include <optional>
 
-#include "platform/winhttp/Calls.h"
+#include "platform/winhttp/Queries.h"
+#include "platform/winhttp/Winhttp.h"
 
 using namespace Zn;
 using namespace Zn::Winhttp;
@@ -100,25 +101,31 @@ std::uint32_t AnswerFrom(Request& ARequest, const Question& AQuestion)
 
 } // namespace
 
+std::uint32_t Winhttp::AnswerQuery(Request& AOwner, std::uint32_t AInfoLevel, const char16_t* AName,
+                                   void* ABuffer, std::uint32_t* ASize, std::uint32_t* AIndex)
+{
+    const std::uint32_t Level = AInfoLevel & ~cModifiers;
+    if (ASize == nullptr || (Level == WINHTTP_QUERY_CUSTOM && AName == nullptr))
+        return ERROR_INVALID_PARAMETER;
+    const Question Asked{Level,
+                         AInfoLevel & cModifiers,
+                         Level == WINHTTP_QUERY_CUSTOM ? Narrow(AName) : std::string(),
+                         AIndex != nullptr ? *AIndex : 0,
+                         ABuffer,
+                         ASize};
+    const bool OfRequest = (AInfoLevel & WINHTTP_QUERY_FLAG_REQUEST_HEADERS) != 0;
+    const std::uint32_t Error =
+        OfRequest ? AnswerFrom(AOwner, Asked)
+                  : AOwner.ViewHead([&](const ResponseHead& AHead) { return AnswerFrom(AHead, Asked); });
+    if (Error == NO_ERROR && AIndex != nullptr)
+        ++*AIndex;
+    return Error;
+}
+
 bool WinHttpQueryHeaders(HINTERNET ARequest, std::uint32_t AInfoLevel, const char16_t* AName, void* ABuffer,
                          std::uint32_t* ASize, std::uint32_t* AIndex)
 {
     return RunOn(ARequest, [&](Request& AOwner) {
-        const std::uint32_t Level = AInfoLevel & ~cModifiers;
-        if (ASize == nullptr || (Level == WINHTTP_QUERY_CUSTOM && AName == nullptr))
-            return ERROR_INVALID_PARAMETER + 0U;
-        const Question Asked{Level,
-                             AInfoLevel & cModifiers,
-                             Level == WINHTTP_QUERY_CUSTOM ? Narrow(AName) : std::string(),
-                             AIndex != nullptr ? *AIndex : 0,
-                             ABuffer,
-                             ASize};
-        const bool OfRequest = (AInfoLevel & WINHTTP_QUERY_FLAG_REQUEST_HEADERS) != 0;
-        const std::uint32_t Error =
-            OfRequest ? AnswerFrom(AOwner, Asked)
-                      : AOwner.ViewHead([&](const ResponseHead& AHead) { return AnswerFrom(AHead, Asked); });
-        if (Error == NO_ERROR && AIndex != nullptr)
-            ++*AIndex;
-        return Error;
+        return AnswerQuery(AOwner, AInfoLevel, AName, ABuffer, ASize, AIndex);
     });
 }

@@ -1,6 +1,7 @@
 // The client against the library's own server and scripted peers, over the real engine.
 
 #include "uZnWinHTTP.h"
+#include "uZnWinINet.h"
 
 #include <filesystem>
 
@@ -48,12 +49,19 @@ void Echo(PZnHTTPServerRequest ARequest, Answer& AAnswer)
     AAnswer.SetResponseStream(std::move(Body));
 }
 
+template <class TClient>
+struct AnyClient : testing::Test
+{
+};
+using Transports = testing::Types<TZnWinHTTPClient, TZnWinINetClient>;
+TYPED_TEST_SUITE(AnyClient, Transports);
+
 } // namespace
 
-TEST(Client, TalksToTheServer)
+TYPED_TEST(AnyClient, TalksToTheServer)
 {
     ServerHarness Server(Echo);
-    TZnWinHTTPClient Client(nullptr);
+    TypeParam Client(nullptr);
     const auto Posted = Client.Request(httpPOST, Url(Server.Port, "/a"), std::string("gr\xC3\xBC\xC3\x9F"),
                                        "text/plain", true);
     EXPECT_EQ(Posted->GetResponse(), "gr\xC3\xBC\xC3\x9F");
@@ -67,10 +75,10 @@ TEST(Client, TalksToTheServer)
               std::to_string(HttpVerbDELETE));
 }
 
-TEST(Client, FilesOfAnySizeGoUpAndComeDownWhole)
+TYPED_TEST(AnyClient, FilesOfAnySizeGoUpAndComeDownWhole)
 {
     ServerHarness Server(Echo);
-    TZnWinHTTPClient Client(nullptr);
+    TypeParam Client(nullptr);
     for (const std::int64_t Size : {std::int64_t{0}, std::int64_t{1}, std::int64_t{1024 * 1024},
                                     std::int64_t{1024 * 1024 + 1}, std::int64_t{9'000'000}}) {
         const ScratchFile File(Size);
@@ -86,27 +94,27 @@ TEST(Client, FilesOfAnySizeGoUpAndComeDownWhole)
     }
 }
 
-TEST(Client, UndoesTheServersDeflate)
+TYPED_TEST(AnyClient, UndoesTheServersDeflate)
 {
     const std::string Page(20000, 'z');
     ServerHarness Server([&](PZnHTTPServerRequest, Answer& AAnswer) {
         AAnswer.SetContentEncoding("deflate");
         AAnswer.SetResponseText(Page);
     });
-    TZnWinHTTPClient Client(nullptr);
+    TypeParam Client(nullptr);
     Client.GetRequestHeaders().SetAcceptEncoding("deflate");
     const auto Response = Client.Request(httpGET, Url(Server.Port), true);
     EXPECT_EQ(Response->GetHeader("Content-Encoding"), "deflate");
     EXPECT_EQ(Response->GetResponse(), Page);
 }
 
-TEST(Client, ManualCookiesComeBackToTheirHost)
+TYPED_TEST(AnyClient, ManualCookiesComeBackToTheirHost)
 {
     ServerHarness Server([](PZnHTTPServerRequest ARequest, Answer& AAnswer) {
         AAnswer.SetResponseText(ARequest->GetKnownHeaderValue(HttpHeaderCookie));
         AAnswer.AddCookie("a", "1; Path=/");
     });
-    TZnWinHTTPClient Client(nullptr);
+    TypeParam Client(nullptr);
     Client.SetCookieHandling(chManual);
     EXPECT_EQ(Client.Request(httpGET, Url(Server.Port), true)->GetResponse(), "");
     EXPECT_EQ(Client.Request(httpGET, Url(Server.Port), true)->GetResponse(), "a=1");
@@ -115,9 +123,9 @@ TEST(Client, ManualCookiesComeBackToTheirHost)
     EXPECT_EQ(Request->SendRequest()->GetResponse(), "a=1; b=2");
 }
 
-TEST(Client, FaultsHaveTheirClasses)
+TYPED_TEST(AnyClient, FaultsHaveTheirClasses)
 {
-    TZnWinHTTPClient Client(nullptr);
+    TypeParam Client(nullptr);
     Client.GetTimeOuts().SetReceiveTimeOut(200);
     EXPECT_THROW(Client.Request(httpGET, Url(FreePort()), false), EZnHTTPConnect);
     {

@@ -1,6 +1,7 @@
 // Many threads, one session: sharing, cancelling and closing at any moment.
 
 #include "uZnWinHTTP.h"
+#include "uZnWinINet.h"
 
 #include <random>
 #include <thread>
@@ -32,12 +33,29 @@ void InThreads(int ACount, TWork AWork)
         Threads.emplace_back([AWork, Index] { AWork(Index); });
 }
 
+struct WinHTTP
+{
+    using Client = TZnWinHTTPClient;
+    using Session = TZnWinHTTPSession;
+};
+struct WinINet
+{
+    using Client = TZnWinINetClient;
+    using Session = TZnWinINetSession;
+};
+template <class TTransport>
+struct ClientThreads : testing::Test
+{
+};
+using Transports = testing::Types<WinHTTP, WinINet>;
+TYPED_TEST_SUITE(ClientThreads, Transports);
+
 } // namespace
 
-TEST(ClientThreads, OneClientServesManyThreads)
+TYPED_TEST(ClientThreads, OneClientServesManyThreads)
 {
     ServerHarness Server(Greet);
-    TZnWinHTTPClient Client(nullptr); // makes its session in whichever thread is first
+    typename TypeParam::Client Client(nullptr); // makes its session in whichever thread is first
     Client.SetCookieHandling(chManual);
     std::atomic<int> Good = 0;
     InThreads(16, [&](int) {
@@ -45,13 +63,13 @@ TEST(ClientThreads, OneClientServesManyThreads)
             Good += Client.Request(httpGET, Url(Server.Port), true)->GetResponse() == "Hello, world!" ? 1 : 0;
     });
     EXPECT_EQ(Good, 320);
-    EXPECT_EQ(Client.GetWinHTTPSession().GetConnections().Count(), 1);
+    EXPECT_EQ(Client.GetTransportSession().GetConnections().Count(), 1);
 }
 
-TEST(ClientThreads, ClosingTheSessionEndsRequestsAndTheNextOpenIt)
+TYPED_TEST(ClientThreads, ClosingTheSessionEndsRequestsAndTheNextOpenIt)
 {
     ServerHarness Server(Greet);
-    TZnWinHTTPSession Session(nullptr);
+    typename TypeParam::Session Session(nullptr);
     std::atomic<bool> Stop = false;
     std::atomic<int> Good = 0;
     std::atomic<int> Aborted = 0;
@@ -64,7 +82,7 @@ TEST(ClientThreads, ClosingTheSessionEndsRequestsAndTheNextOpenIt)
             Stop = true;
         });
         InThreads(6, [&](int) {
-            TZnWinHTTPClient Client(nullptr);
+            typename TypeParam::Client Client(nullptr);
             Client.SetSession(&Session);
             while (!Stop) {
                 try {
@@ -82,10 +100,10 @@ TEST(ClientThreads, ClosingTheSessionEndsRequestsAndTheNextOpenIt)
     EXPECT_FALSE(Session.GetActive());
 }
 
-TEST(ClientThreads, CancelAtAnyMomentLeavesNothing)
+TYPED_TEST(ClientThreads, CancelAtAnyMomentLeavesNothing)
 {
     ServerHarness Server(Greet);
-    TZnWinHTTPClient Client(nullptr);
+    typename TypeParam::Client Client(nullptr);
     Client.Request(httpGET, Url(Server.Port), true)->GetResponse();
     std::mt19937 Random(1);
     int Cancelled = 0;
@@ -109,17 +127,17 @@ TEST(ClientThreads, CancelAtAnyMomentLeavesNothing)
     for (int Count = 0; Count < 1000; ++Count)
         Round();
     EXPECT_GT(Cancelled, 0);
-    Client.GetWinHTTPSession().Close();
+    Client.GetTransportSession().Close();
     // The server gives its side of the connections back when it sees their end.
     EXPECT_TRUE(Eventually([] { return OpenDescriptors() < 60; })) << OpenDescriptors();
 }
 
-TEST(ClientThreads, AResponseReadsOnWhenItsClientIsGone)
+TYPED_TEST(ClientThreads, AResponseReadsOnWhenItsClientIsGone)
 {
     const std::string Large(3'000'000, 'l');
     ServerHarness Server([&](PZnHTTPServerRequest, Answer& AAnswer) { AAnswer.SetResponseText(Large); });
-    TZnWinHTTPSession Session(nullptr);
-    auto Client = std::make_unique<TZnWinHTTPClient>(nullptr);
+    typename TypeParam::Session Session(nullptr);
+    auto Client = std::make_unique<typename TypeParam::Client>(nullptr);
     Client->SetSession(&Session);
     const auto Response = Client->Request(httpGET, Url(Server.Port), true);
     std::jthread Reader([&] { EXPECT_EQ(Response->GetResponse().size(), Large.size()); });
@@ -127,7 +145,7 @@ TEST(ClientThreads, AResponseReadsOnWhenItsClientIsGone)
     Reader.join();
 }
 
-TEST(ClientThreads, CancelReachesABlockedSend)
+TYPED_TEST(ClientThreads, CancelReachesABlockedSend)
 {
     std::atomic<bool> Asked = false;
     ScriptedPeer Stalls([&](PeerConnection& APeer) {
@@ -135,7 +153,7 @@ TEST(ClientThreads, CancelReachesABlockedSend)
         Asked = true;
         APeer.WaitForEnd();
     });
-    TZnWinHTTPClient Client(nullptr);
+    typename TypeParam::Client Client(nullptr);
     const auto Request = Client.PrepareRequest(
         httpGET, "http://127.0.0.1:" + std::to_string(Stalls.Port()) + "/", nullptr, "");
     std::jthread Canceller([&] {

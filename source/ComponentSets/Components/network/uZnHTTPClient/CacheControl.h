@@ -5,9 +5,12 @@
 
 #include "common/Component.h"
 #include "common/Set.h"
+#include "platform/Api.h"
 
+/// Who may keep a response: the client alone, or everybody on the way.
 enum TZnHTTPCacheControlType : std::uint8_t { ccPrivate, ccPublic };
 
+/// One for each directive that has a setter.
 enum TZnHTTPCacheControlField : std::uint8_t {
     ccfType,
     ccfNoCache,
@@ -19,13 +22,15 @@ enum TZnHTTPCacheControlField : std::uint8_t {
     ccfOnlyIfCached,
     ccfExtensions
 };
+/// The directives that were assigned.
 using TZnHTTPCacheControlFields = TZnSet<TZnHTTPCacheControlField>;
 
 /// The directives of a request's "Cache-Control" field (RFC 9111, 5.2.1). Only what was assigned is
 /// sent: every setter adds its flag to AssignedValues.
-class TZnHTTPCacheControl : public TPersistent
+class ZN_API TZnHTTPCacheControl : public TPersistent
 {
 public:
+    /// The directives that are sent: each setter adds its own.
     TZnHTTPCacheControlFields GetAssignedValues() const { return FAssignedValues; }
     /// Puts every field that is not in the set back to its default.
     void SetAssignedValues(TZnHTTPCacheControlFields AValue);
@@ -33,8 +38,10 @@ public:
     /// Default ccPublic.
     TZnHTTPCacheControlType GetCacheControlType() const { return FCacheControlType; }
     void SetCacheControlType(TZnHTTPCacheControlType AValue);
+    /// No stored response without asking the server. Default false.
     bool GetNoCache() const { return FNoCache; }
     void SetNoCache(bool AValue);
+    /// Nobody keeps request or response. Default false.
     bool GetNoStore() const { return FNoStore; }
     void SetNoStore(bool AValue);
     /// Seconds.
@@ -46,8 +53,10 @@ public:
     /// Seconds.
     int GetMinFresh() const { return FMinFresh; }
     void SetMinFresh(int AValue);
+    /// Nobody on the way changes the body. Default false.
     bool GetNoTransform() const { return FNoTransform; }
     void SetNoTransform(bool AValue);
+    /// A stored response, or 504. Default false.
     bool GetOnlyIfCached() const { return FOnlyIfCached; }
     void SetOnlyIfCached(bool AValue);
     /// Further directives, sent as they are.

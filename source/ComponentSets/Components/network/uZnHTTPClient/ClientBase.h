@@ -5,11 +5,12 @@
 #include <string>
 
 #include "common/Locks.h"
+#include "platform/Api.h"
 #include "uZnHTTPClient/Contract.h"
 
 /// Application-wide: asked for the form that shows an authorization page. Unassigned, the page opens in
 /// the user's browser. A user interface assigns it once, before requests are made.
-extern TZnHTTPOnGetOAuthAuthorizeForm ZnOnGetOAuthAuthorizeForm;
+ZN_API extern TZnHTTPOnGetOAuthAuthorizeForm ZnOnGetOAuthAuthorizeForm;
 
 /// What all HTTP clients have in common: settings, events, the drivers Request and Options.
 ///
@@ -21,9 +22,10 @@ extern TZnHTTPOnGetOAuthAuthorizeForm ZnOnGetOAuthAuthorizeForm;
 /// Ownership: owns its settings objects, whose setters copy. Session is shared.
 /// Errors:    platform failures raise the transport's EZnHTTPClientApiException with number and text:
 ///            EZnHTTPTimeOut, EZnHTTPConnect, EAbort for what was cancelled. A status raises on request only.
-class TZnHTTPClientBase : public TComponent, public virtual IZnHTTPClient
+class ZN_API TZnHTTPClientBase : public TComponent, public virtual IZnHTTPClient
 {
 public:
+    /// Of MaxInflatedSize, in bytes.
     static constexpr std::int64_t cDefaultMaxInflatedSize = 256 * 1024 * 1024;
 
     explicit TZnHTTPClientBase(TComponent* AOwner);
@@ -91,6 +93,7 @@ public:
     static const TZnHTTPOnGetOAuthAuthorizeForm& GetOnGetOAuthAuthorizeForm();
     static void SetOnGetOAuthAuthorizeForm(TZnHTTPOnGetOAuthAuthorizeForm AValue);
 
+    /// The same with a text, sent as UTF-8, for ABody.
     std::shared_ptr<IZnHTTPResponse> Request(TZnHTTPMethod AHTTPMethod, const std::string& AURL,
                                              TStream* ABody, const std::string& ABodyContentType,
                                              bool ARaiseError) override;
@@ -111,9 +114,13 @@ public:
     virtual void GetOAuthAccessToken();
 
     // Each calls its event, if there is one.
+    /// Tells OnProgress of a piece of a body: its size, and the length announced (0: none was).
     virtual void DoProgress(TStream* AData, std::uint64_t ABytesRead, std::uint64_t ATotalBytes);
+    /// Calls OnRequest ahead of a send.
     virtual void DoOnRequest(const std::shared_ptr<IZnHTTPRequest>& ARequest);
+    /// Calls OnRequestError for a first send that failed, with the transport's number.
     virtual void DoOnRequestError(const std::shared_ptr<IZnHTTPRequest>& ARequest, std::uint32_t AErrorCode);
+    /// Calls OnResponse when a head is in.
     virtual void DoOnResponse(const std::shared_ptr<IZnHTTPResponse>& AResponse);
 
 private:

@@ -3,11 +3,12 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/Api.h"
 #include "uZnHTTPBase/HTTPExceptions.h"
 
 /// A failed call of a transport. The text has up to three lines, CR LF between them: the call with
 /// its number, what the number means, and what the server said of it.
-class EZnHTTPClientApiException : public EZnHTTPApiException
+class ZN_API EZnHTTPClientApiException : public EZnHTTPApiException
 {
 public:
     /// AErrorMsg "Error 12999" for the code 12999 says nothing new and is left out.
@@ -15,6 +16,7 @@ public:
                               const std::string& AErrorMsg, std::string AServerError);
     ZN_EXCEPTION_NAME("EZnHTTPClientApiException")
 
+    /// What the server said of it; empty: nothing.
     const std::string& GetServerError() const { return FServerError; }
 
 private:
@@ -22,7 +24,7 @@ private:
 };
 
 /// The server or the network was too slow for one of the TimeOuts.
-class EZnHTTPTimeOut : public EZnHTTPClientApiException
+class ZN_API EZnHTTPTimeOut : public EZnHTTPClientApiException
 {
 public:
     using EZnHTTPClientApiException::EZnHTTPClientApiException;
@@ -30,7 +32,7 @@ public:
 };
 
 /// No connection, or it broke.
-class EZnHTTPConnect : public EZnHTTPClientApiException
+class ZN_API EZnHTTPConnect : public EZnHTTPClientApiException
 {
 public:
     using EZnHTTPClientApiException::EZnHTTPClientApiException;

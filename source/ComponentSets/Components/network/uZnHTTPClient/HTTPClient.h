@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "platform/Api.h"
 #include "uZnHTTPClient/Contract.h"
 
 /// An HTTP client on the transport that fits the program, behind the one interface.
@@ -11,7 +12,7 @@
 /// Ownership: owns the component behind it (GetAsComponent).
 /// Errors:    the constructor raises EZnHTTPInvalidArgument when the program was linked without that
 /// transport.
-class TZnHTTPClient : public TObject, public virtual IZnHTTPClient
+class ZN_API TZnHTTPClient : public TObject, public virtual IZnHTTPClient
 {
 public:
     /// True: the program runs as a service, or otherwise without a user's session (TZnWinHTTPClient).

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "platform/Api.h"
 #include "uZnHTTPClient/Contract.h"
 
 /// A session on the transport that fits the program, behind the one interface. Give it to several
@@ -9,9 +10,11 @@
 ///
 /// Threads, errors: as TZnHTTPClient.
 /// Ownership: owns the component behind it.
-class TZnHTTPSession : public TObject, public virtual IZnHTTPSession, public virtual IZnObjectReference
+class ZN_API TZnHTTPSession : public TObject, public virtual IZnHTTPSession, public virtual IZnObjectReference
 {
 public:
+    /// ANTService picks the transport, as TZnHTTPClient does. Raises EZnHTTPInvalidArgument where it isn't
+    /// part of the program.
     explicit TZnHTTPSession(bool ANTService);
     ~TZnHTTPSession() override;
     TZnHTTPSession(const TZnHTTPSession&) = delete;

@@ -4,20 +4,24 @@
 #include <string_view>
 
 #include "common/StringList.h"
+#include "platform/Api.h"
 
 /// A header block as text: one line per field, "Name: value", in wire order. A response's begins
 /// with the status line, which has no ":" and so matches no name unless its reason holds one.
 ///
 /// Threads:   one at a time.
 /// Errors:    EStringListError for an index outside of the list.
-class TZnHTTPHeaderList : public TPersistent
+class ZN_API TZnHTTPHeaderList : public TPersistent
 {
 public:
+    /// The number of lines.
     int Count() const { return FHeaders.Count(); }
+    /// Takes all lines out.
     void Clear() { FHeaders.Clear(); }
 
     /// Appends a line, whether or not there is a field of that name.
     void Add(std::string_view AName, std::string_view AValue);
+    /// Takes one line out; those behind it move up.
     void Delete(int AIndex) { FHeaders.Delete(AIndex); }
 
     /// The first line of that name, without regard to case; -1 when there is none.
@@ -31,10 +35,12 @@ public:
     std::string GetValue(int AIndex) const { return std::string(ValueView(AIndex)); }
     /// Replaces the line by its name and AValue.
     void SetValue(int AIndex, std::string_view AValue);
+    /// "Name=value", counted from 0. Raises EStringListError outside of the list.
     const std::string& GetLine(int AIndex) const { return FHeaders[AIndex]; }
 
     /// GetName and GetValue without a copy; valid until the list changes.
     std::string_view NameView(int AIndex) const;
+    /// The value of a line, borrowed until the list changes.
     std::string_view ValueView(int AIndex) const;
 
     /// All lines, each with CR LF behind it.

@@ -4,10 +4,11 @@
 
 #include "common/Component.h"
 #include "common/Interfaces.h"
+#include "platform/Api.h"
 
 /// A platform's request handle, shared by the request, its response and the session that closes
 /// what is still open.
-class IZnHTTPRequestHandle : public virtual IInterface
+class ZN_API IZnHTTPRequestHandle : public virtual IInterface
 {
 public:
     static constexpr TGUID IID{"221505A5-EAD6-4CDA-B550-02DBFD5AD0EE"};
@@ -20,9 +21,10 @@ public:
 
 /// Owns the handle. A transport derives a final class, whose CloseHandle closes what Release gives and
 /// whose destructor calls CloseHandle. Any thread.
-class TZnHTTPRequestHandle : public TObject, public virtual IZnHTTPRequestHandle
+class ZN_API TZnHTTPRequestHandle : public TObject, public virtual IZnHTTPRequestHandle
 {
 public:
+    /// Owns a handle of the transport's, which its subclass closes.
     explicit TZnHTTPRequestHandle(void* AHandle) : FHandle(AHandle) {}
     TZnHTTPRequestHandle(const TZnHTTPRequestHandle&) = delete;
     TZnHTTPRequestHandle& operator=(const TZnHTTPRequestHandle&) = delete;

@@ -8,13 +8,16 @@
 #include "common/Component.h"
 #include "common/Set.h"
 #include "common/StringList.h"
+#include "platform/Api.h"
 #include "uZnHTTPClient/CacheControl.h"
 
+/// What becomes of the connection behind a response.
 enum TZnHTTPConnectionHeader : std::uint8_t { ctKeepAlive, ctClose };
 
 /// The words on the wire, indexed by the enumeration.
 inline constexpr std::array<std::string_view, 2> ZnHTTPConnectionHeader{"keep-alive", "close"};
 
+/// One for each field that has a setter.
 enum TZnHTTPRequestHeaderField : std::uint8_t {
     rhfMaxForwards,
     rhfAcceptEncoding,
@@ -31,6 +34,7 @@ enum TZnHTTPRequestHeaderField : std::uint8_t {
     rhfOrigin,
     rhfConnection
 };
+/// The fields that were assigned.
 using TZnHTTPRequestHeaderFields = TZnSet<TZnHTTPRequestHeaderField>;
 
 /// The header fields that a client sends with every request. Only what was assigned is sent: every
@@ -41,9 +45,10 @@ using TZnHTTPRequestHeaderFields = TZnSet<TZnHTTPRequestHeaderField>;
 /// Threads:   one at a time, and not while a request is being made: requests copy when they are made.
 /// Ownership: owns CustomHeaders and CacheControl; setters copy.
 /// Errors:    none; what can't stand in a header is refused when a request is made.
-class TZnHTTPRequestHeaders : public TPersistent
+class ZN_API TZnHTTPRequestHeaders : public TPersistent
 {
 public:
+    /// The fields that are sent: each setter adds its own.
     TZnHTTPRequestHeaderFields GetAssignedValues() const { return FAssignedValues; }
     /// Puts every field that is not in the set back to its default.
     void SetAssignedValues(TZnHTTPRequestHeaderFields AValue);
@@ -60,13 +65,18 @@ public:
     /// "deflate" is undone by the response; any other coding reaches the application as it came.
     const std::string& GetAcceptEncoding() const { return FAcceptEncoding; }
     void SetAcceptEncoding(std::string AValue);
+    /// Sent as it is (RFC 9111, 5.4): for caches of HTTP/1.0.
     const std::string& GetPragma() const { return FPragma; }
     void SetPragma(std::string AValue);
 
+    /// The directives of Cache-Control; none is assigned at first.
     TZnHTTPCacheControl& GetCacheControl() { return FCacheControl; }
+    /// The same for reading.
     const TZnHTTPCacheControl& GetCacheControl() const { return FCacheControl; }
+    /// Copies.
     void SetCacheControl(const TZnHTTPCacheControl& AValue) { FCacheControl = AValue; }
 
+    /// The page that led here (RFC 9110, 10.1.3), sent as it is.
     const std::string& GetReferer() const { return FReferer; }
     void SetReferer(std::string AValue);
     /// Reaches the wire through the session: a session that the client makes for itself takes it
@@ -77,19 +87,25 @@ public:
     /// through IZnHTTPRequest's AddHeader.
     const std::string& GetAccept() const { return FAccept; }
     void SetAccept(std::string AValue);
+    /// Languages with their weights (RFC 9110, 12.5.4), sent as they are.
     const std::string& GetAcceptLanguage() const { return FAcceptLanguage; }
     void SetAcceptLanguage(std::string AValue);
+    /// Character sets (RFC 9110, 12.5.2), sent as they are.
     const std::string& GetAcceptCharset() const { return FAcceptCharset; }
     void SetAcceptCharset(std::string AValue);
+    /// "100-continue", or nothing (RFC 9110, 10.1.1).
     const std::string& GetExpect() const { return FExpect; }
     void SetExpect(std::string AValue);
     /// Under chManual the session's cookies go in its place.
     const std::string& GetCookie() const { return FCookie; }
     void SetCookie(std::string AValue);
+    /// The mail address of whoever runs the program (RFC 9110, 10.1.2).
     const std::string& GetFrom() const { return FFrom; }
     void SetFrom(std::string AValue);
+    /// The moment whose state of the resource is wanted (RFC 7089, 2.1.1).
     const std::string& GetAcceptDatetime() const { return FAcceptDatetime; }
     void SetAcceptDatetime(std::string AValue);
+    /// Who asks, by scheme, host and port (RFC 6454, 7).
     const std::string& GetOrigin() const { return FOrigin; }
     void SetOrigin(std::string AValue);
 

@@ -1,13 +1,17 @@
 #pragma once
 
 #include "common/Component.h"
+#include "platform/Api.h"
 
 /// How long a client waits, in milliseconds. 0 waits for ever.
-class TZnHTTPTimeOuts : public TPersistent
+class ZN_API TZnHTTPTimeOuts : public TPersistent
 {
 public:
+    /// Of ConnectTimeOut, in ms.
     static constexpr int cDefaultConnectTimeOut = 30000;
+    /// Of SendTimeOut, in ms.
     static constexpr int cDefaultSendTimeOut = 120000;
+    /// Of ReceiveTimeOut, in ms.
     static constexpr int cDefaultReceiveTimeOut = 120000;
 
     /// For a connection to stand, names looked up and TLS included. Default 30000.

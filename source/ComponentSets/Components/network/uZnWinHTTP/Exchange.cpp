@@ -4,13 +4,9 @@
 #include "uZnHTTPClient/HeaderText.h"
 #include "uZnWinHTTP/AuthSchemes.h"
 #include "uZnWinHTTP/Request.h"
-#include "uZnWinHTTP/Response.h"
 
 namespace
 {
-
-constexpr std::uint16_t cUnauthorized = 401;
-constexpr std::uint16_t cProxyAuthenticationRequired = 407;
 
 /// Credentials are sent to the server that asks for them, never on the user's own account.
 constexpr std::uint32_t cAutoLogonNever = 2;
@@ -36,35 +32,10 @@ std::uint32_t PlatformFlags(TZnHTTPSecurityFlags AFlags)
 namespace Zn
 {
 
-std::shared_ptr<IZnHTTPResponse> TZnHTTPRequest::SendRequest()
-{
-    FCancelled = false;
-    try {
-        return Exchange();
-    } catch (const EZnHTTPApiException&) {
-        FCloseConnection = true;
-        RaiseIfClosed();
-        throw;
-    } catch (...) {
-        FCloseConnection = true;
-        throw;
-    }
-}
-
-/// A handle that somebody closed between two calls is refused by its number. That is a cancelled operation as
-/// well as one that is closed during a call.
-void TZnHTTPRequest::RaiseIfClosed()
-{
-    const bool Closed = FRequestHandle ? FRequestHandle->GetHandle(false) == nullptr
-                                       : FConnection->GetConnection() == nullptr;
-    if (Closed)
-        throw EAbort(WinHttpErrorMsg(ERROR_WINHTTP_OPERATION_CANCELLED));
-}
-
-std::shared_ptr<IZnHTTPResponse> TZnHTTPRequest::Exchange()
+std::shared_ptr<IZnHTTPResponse> WinHTTPRequest::Exchange()
 {
     OpenHandle();
-    ApplyTimeOuts();
+    ApplyTimeOuts(WINHTTP_OPTION_SEND_TIMEOUT, WINHTTP_OPTION_RECEIVE_TIMEOUT);
     ApplyCookieHandling();
     AddFields();
     AddStoredCookies();
@@ -73,9 +44,9 @@ std::shared_ptr<IZnHTTPResponse> TZnHTTPRequest::Exchange()
     ApplyRedirectPolicy();
     OfferCredentials();
     OfferProxyCredentials();
-    OfferClientCertificate();
+    OfferClientCertificate(WINHTTP_OPTION_CLIENT_CERT_CONTEXT);
     Client().DoOnRequest(shared_from_this());
-    FBodyData.Load(Handle());
+    FBodyData.Load(FBinding, Handle());
     SendFirst();
     Receive();
     ReadStatus();
@@ -84,88 +55,45 @@ std::shared_ptr<IZnHTTPResponse> TZnHTTPRequest::Exchange()
     return TakeResponse();
 }
 
-void TZnHTTPRequest::OpenHandle()
-{
-    DropHandle(); // of an earlier send
-    void* const Connection = FConnection->GetConnection();
-    if (Connection == nullptr)
-        throw EAbort("The session has been closed!");
-    TWINHTTP_OPENREQUEST_FLAGS Flags;
-    if (FURLData.Scheme == "https")
-        Flags.Include(orSecure);
-    void* const Handle = WinHttpOpenRequest(Connection, ZnHTTPMethod[FMethod], FURLData.Resource, Flags,
-                                            ZnHTTPVersion[FHTTPVersion], FReferer, FAccept);
-    auto Registered = Session().AddRequest(Handle);
-    if (!Registered)
-        throw EAbort("The session has been closed!");
-    {
-        const std::lock_guard Guard(FHandleLock);
-        FRequestHandle = std::move(Registered);
-    }
-    if (FCancelled)
-        CancelRequest();
-}
-
-void TZnHTTPRequest::ApplyTimeOuts()
-{
-    const TZnHTTPTimeOuts& TimeOuts = Client().GetTimeOuts();
-    WinHttpSetOption(Handle(), WINHTTP_OPTION_SEND_TIMEOUT,
-                     static_cast<std::uint32_t>(TimeOuts.GetSendTimeOut()));
-    WinHttpSetOption(Handle(), WINHTTP_OPTION_RECEIVE_TIMEOUT,
-                     static_cast<std::uint32_t>(TimeOuts.GetReceiveTimeOut()));
-}
-
-void TZnHTTPRequest::ApplyCookieHandling()
+void WinHTTPRequest::ApplyCookieHandling()
 {
     if (FCookieHandling == chManual)
-        WinHttpSetOption(Handle(), WINHTTP_OPTION_DISABLE_FEATURE, WINHTTP_DISABLE_COOKIES);
+        SetOption(WINHTTP_OPTION_DISABLE_FEATURE, WINHTTP_DISABLE_COOKIES);
 }
 
-void TZnHTTPRequest::AddFields()
+void WinHTTPRequest::AddFields()
 {
     if (FRequestHeaders.Count() > 0)
         WinHttpAddRequestHeaders(Handle(), FRequestHeaders.GetText(), {mfAdd}, true);
-    for (const TZnHTTPHeader& Each : FCustomHeaders)
-        AddHeader(Each.Name, Each.Value);
+    AddCustomHeaders();
 }
 
-void TZnHTTPRequest::AddStoredCookies()
-{
-    if (FCookieHandling != chManual)
-        return;
-    WinHttpAddRequestHeaders(Handle(), "Cookie:", {mfReplace}, false);
-    Session().GetCookies().GetCookies(
-        FURLData, [this](const std::string& AName, const std::string& AValue) { AddCookie(AName, AValue); });
-    for (const TZnHTTPHeader& Each : FCustomCookies)
-        AddCookie(Each.Name, Each.Value);
-}
-
-void TZnHTTPRequest::ApplySecurityFlags()
+void WinHTTPRequest::ApplySecurityFlags()
 {
     if (const std::uint32_t Flags = PlatformFlags(FSecurityFlags))
-        WinHttpSetOption(Handle(), WINHTTP_OPTION_SECURITY_FLAGS, Flags);
+        SetOption(WINHTTP_OPTION_SECURITY_FLAGS, Flags);
     if (!FSecurityFlags.Contains(sfIgnoreRevocation))
-        WinHttpSetOption(Handle(), WINHTTP_OPTION_ENABLE_FEATURE, WINHTTP_ENABLE_SSL_REVOCATION);
+        SetOption(WINHTTP_OPTION_ENABLE_FEATURE, WINHTTP_ENABLE_SSL_REVOCATION);
 }
 
-void TZnHTTPRequest::ApplyLogonPolicy()
+void WinHTTPRequest::ApplyLogonPolicy()
 {
     if (!FURLData.Username.empty() && !FURLData.Password.empty())
-        WinHttpSetOption(Handle(), WINHTTP_OPTION_AUTOLOGON_POLICY, cAutoLogonNever);
+        SetOption(WINHTTP_OPTION_AUTOLOGON_POLICY, cAutoLogonNever);
 }
 
-void TZnHTTPRequest::ApplyRedirectPolicy()
+void WinHTTPRequest::ApplyRedirectPolicy()
 {
     static_assert(static_cast<std::uint32_t>(rdpAlways) == WINHTTP_OPTION_REDIRECT_POLICY_ALWAYS);
-    WinHttpSetOption(Handle(), WINHTTP_OPTION_REDIRECT_POLICY, static_cast<std::uint32_t>(FRedirectPolicy));
+    SetOption(WINHTTP_OPTION_REDIRECT_POLICY, static_cast<std::uint32_t>(FRedirectPolicy));
 }
 
-bool TZnHTTPRequest::HasServerCredentials() const
+bool WinHTTPRequest::HasServerCredentials() const
 {
     return !FURLData.Username.empty() || !FURLData.Password.empty();
 }
 
-void TZnHTTPRequest::OfferCredentials()
+void WinHTTPRequest::OfferCredentials()
 {
     if (FAuthentication == authOAuth2) {
         const TZnOAuthAccessToken Token = Client().GetOAuth().GetAccessToken();
@@ -192,30 +120,15 @@ void TZnHTTPRequest::OfferCredentials()
     }
 }
 
-void TZnHTTPRequest::OfferProxyCredentials()
+void WinHTTPRequest::OfferProxyCredentials()
 {
     if (!FProxyCredentials.Empty())
         WinHttpSetCredentials(Handle(), authTargetProxy, FProxyAuthentication,
                               FProxyCredentials.GetUserName(), FProxyCredentials.GetPassword());
 }
 
-void TZnHTTPRequest::OfferClientCertificate()
-{
-    const TZnHTTPOnGetClientCertificate GetCertificate = Client().GetOnGetClientCertificate();
-    if (!GetCertificate)
-        return;
-    if (const std::string& Password = Client().GetClientCertificatePassword(); !Password.empty()) {
-        const std::u16string Text = Utf16FromUtf8(Password);
-        WinHttpSetOption(Handle(), ZN_OPTION_CLIENT_CERT_PASSWORD, std::as_bytes(std::span(Text)));
-    }
-    GetCertificate([this](const void* ACertContext, std::uint32_t ACertContextSize) {
-        WinHttpSetOption(Handle(), WINHTTP_OPTION_CLIENT_CERT_CONTEXT,
-                         std::span(static_cast<const std::byte*>(ACertContext), ACertContextSize));
-    });
-}
-
 /// The first send, which may find that the server wants a certificate.
-void TZnHTTPRequest::SendFirst()
+void WinHTTPRequest::SendFirst()
 {
     const std::uint32_t Code =
         WinHttpSendRequest(Handle(), FBodyData.Size(), FBodyData.Data(), FBodyData.Size(), {}, 0, false);
@@ -225,11 +138,11 @@ void TZnHTTPRequest::SendFirst()
     FBodyData.RaiseReadError();
     if (Code != ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED || !Client().GetOnGetClientCertificate())
         WinHttpCheckError(cSendRequest, Code, "");
-    OfferClientCertificate();
+    OfferClientCertificate(WINHTTP_OPTION_CLIENT_CERT_CONTEXT);
     Send();
 }
 
-void TZnHTTPRequest::Send()
+void WinHTTPRequest::Send()
 {
     const std::uint32_t Code =
         WinHttpSendRequest(Handle(), FBodyData.Size(), FBodyData.Data(), FBodyData.Size(), {}, 0, false);
@@ -237,23 +150,12 @@ void TZnHTTPRequest::Send()
     WinHttpCheckError(cSendRequest, Code, "");
 }
 
-void TZnHTTPRequest::Receive()
+void WinHTTPRequest::Receive()
 {
     WinHttpReceiveResponse(Handle(), true);
 }
 
-void TZnHTTPRequest::ReadStatus()
-{
-    std::string Code;
-    WinHttpQueryHeaders(Handle(), WINHTTP_QUERY_STATUS_CODE, {}, Code);
-    const auto Number = ZnParseInt<std::uint16_t>(Code);
-    if (!Number)
-        throw EConvertError("'" + Code + "' is not a valid integer value");
-    FStatus.StatusCode = *Number;
-    WinHttpQueryHeaders(Handle(), WINHTTP_QUERY_STATUS_TEXT, {}, FStatus.StatusMsg);
-}
-
-void TZnHTTPRequest::SendAgain()
+void WinHTTPRequest::SendAgain()
 {
     Send();
     Receive();
@@ -277,7 +179,7 @@ void QuerySchemes(HINTERNET AHandle, TWINHTTP_AUTH_SCHEMES& ASupported, TWINHTTP
 
 } // namespace
 
-void TZnHTTPRequest::AnswerProxyChallenge()
+void WinHTTPRequest::AnswerProxyChallenge()
 {
     if (FStatus.StatusCode != cProxyAuthenticationRequired || FProxyCredentials.Empty())
         return;
@@ -287,7 +189,7 @@ void TZnHTTPRequest::AnswerProxyChallenge()
     SendAgain();
 }
 
-void TZnHTTPRequest::AnswerServerChallenge()
+void WinHTTPRequest::AnswerServerChallenge()
 {
     if (FStatus.StatusCode != cUnauthorized)
         return;
@@ -301,7 +203,7 @@ void TZnHTTPRequest::AnswerServerChallenge()
 }
 
 /// The client's next requests then begin with what this one had to learn.
-void TZnHTTPRequest::LearnAuthentication()
+void WinHTTPRequest::LearnAuthentication()
 {
     if (FFirstAuthScheme == asBASIC)
         FAuthentication = authBasic;
@@ -310,19 +212,6 @@ void TZnHTTPRequest::LearnAuthentication()
     else
         return;
     Client().SetAuthentication(FAuthentication);
-}
-
-std::shared_ptr<IZnHTTPResponse> TZnHTTPRequest::TakeResponse()
-{
-    const auto Response =
-        std::make_shared<TZnHTTPResponse>(FHTTPClient, shared_from_this(), FRequestHandle, FStatus);
-    const TZnHTTPHeaderList& Headers = Response->GetResponseHeaders();
-    for (int Index = 0; Index < Headers.Count(); ++Index) {
-        if (Headers.NameView(Index) == "Set-Cookie")
-            Session().GetCookies().Add(FURLData, Headers.ValueView(Index));
-    }
-    Client().DoOnResponse(Response);
-    return Response;
 }
 
 } // namespace Zn

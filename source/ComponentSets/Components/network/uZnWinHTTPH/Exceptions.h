@@ -1,9 +1,10 @@
 #pragma once
 
+#include "platform/Api.h"
 #include "uZnHTTPClient/ClientExceptions.h"
 
 /// A rule of the transport was broken: cookies in the wrong mode, NTLM over HTTP/1.0.
-class EZnWinHTTPException : public Exception
+class ZN_API EZnWinHTTPException : public Exception
 {
 public:
     using Exception::Exception;
@@ -11,7 +12,7 @@ public:
 };
 
 /// A wrapper refused its arguments.
-class EZnWinHTTPInvalidArgument : public EZnHTTPInvalidArgument
+class ZN_API EZnWinHTTPInvalidArgument : public EZnHTTPInvalidArgument
 {
 public:
     using EZnHTTPInvalidArgument::EZnHTTPInvalidArgument;
@@ -19,7 +20,7 @@ public:
 };
 
 /// A WinHTTP call failed.
-class EZnWinHTTPHException : public EZnHTTPClientApiException
+class ZN_API EZnWinHTTPHException : public EZnHTTPClientApiException
 {
 public:
     /// The text is that of WinHttpErrorMsg.
@@ -28,7 +29,7 @@ public:
 };
 
 /// 12002.
-class EZnWinHTTPTimeOut : public EZnHTTPTimeOut
+class ZN_API EZnWinHTTPTimeOut : public EZnHTTPTimeOut
 {
 public:
     using EZnHTTPTimeOut::EZnHTTPTimeOut;
@@ -36,7 +37,7 @@ public:
 };
 
 /// 12029, 12030, 12031.
-class EZnWinHTTPConnect : public EZnHTTPConnect
+class ZN_API EZnWinHTTPConnect : public EZnHTTPConnect
 {
 public:
     using EZnHTTPConnect::EZnHTTPConnect;
@@ -44,12 +45,12 @@ public:
 };
 
 /// The meaning of a number; "Error %d" with the number for one that isn't known.
-std::string WinHttpErrorMsg(std::uint32_t AErrorCode);
+ZN_API std::string WinHttpErrorMsg(std::uint32_t AErrorCode);
 
 /// Raises what fits the number: nothing for 0, EZnWinHTTPTimeOut, EZnWinHTTPConnect, EAbort for 12017,
 /// EZnWinHTTPHException for all others.
-void WinHttpCheckError(const std::string& AFuncName, std::uint32_t AErrorCode,
-                       const std::string& AServerError);
+ZN_API void WinHttpCheckError(const std::string& AFuncName, std::uint32_t AErrorCode,
+                              const std::string& AServerError);
 
 /// The same with the thread's last error.
-void WinHttpCheckError(const std::string& AFuncName, const std::string& AServerError);
+ZN_API void WinHttpCheckError(const std::string& AFuncName, const std::string& AServerError);

@@ -1,6 +1,6 @@
 #include "platform/errors/Errors.h"
+#include "uZnHTTPTransport/PlatformText.h"
 #include "uZnWinHTTPH/Functions.h"
-#include "uZnWinHTTPH/PlatformText.h"
 
 std::uint32_t WinHttpSendRequest(HINTERNET AHandle, std::uint64_t ATotalLength, const void* AOptional,
                                  std::uint64_t AOptionalLength, std::string_view AHeaders,

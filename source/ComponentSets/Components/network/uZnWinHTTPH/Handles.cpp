@@ -1,10 +1,7 @@
 #include <array>
-#include <memory>
-#include <vector>
 
-#include "common/Text.h"
+#include "uZnHTTPTransport/AcceptTypes.h"
 #include "uZnWinHTTPH/Functions.h"
-#include "uZnWinHTTPH/PlatformText.h"
 
 using Zn::PlatformText;
 
@@ -34,32 +31,6 @@ std::uint32_t PlatformFlags(TWINHTTP_OPENREQUEST_FLAGS AFlags)
     }
     return Result;
 }
-
-/// Media types as the library takes them: texts, and nullptr behind the last.
-class AcceptTypes
-{
-public:
-    explicit AcceptTypes(std::string_view ATypes)
-    {
-        if (ATypes.empty())
-            return;
-        for (const std::string& Each : ZnTokenize(ATypes, cZnSemiColon))
-            FTexts.push_back(std::make_unique<PlatformText>(Each));
-        for (const auto& Each : FTexts)
-            FPointers.push_back(Each->Text());
-        FPointers.push_back(nullptr);
-    }
-
-    const char16_t* const* Pointers() const
-    {
-        static constexpr std::array<const char16_t*, 2> cAny{u"*/*", nullptr};
-        return FPointers.empty() ? cAny.data() : FPointers.data();
-    }
-
-private:
-    std::vector<std::unique_ptr<PlatformText>> FTexts;
-    std::vector<const char16_t*> FPointers;
-};
 
 HINTERNET Checked(HINTERNET AHandle, const char* AFuncName)
 {
@@ -103,7 +74,7 @@ HINTERNET WinHttpOpenRequest(HINTERNET AConnection, std::string_view AVerb, std:
                              std::string_view AReferrer, std::string_view AAcceptTypes)
 {
     const auto OpenRequest = *Zn::WinHttp.OpenRequest;
-    const AcceptTypes Types(AAcceptTypes);
+    const Zn::AcceptTypes Types(AAcceptTypes);
     return Checked(OpenRequest(AConnection, PlatformText(AVerb).Text(), PlatformText(AObjectName).OrNull(),
                                PlatformText(AVersion).OrNull(), PlatformText(AReferrer).OrNull(),
                                Types.Pointers(), PlatformFlags(AFlags)),

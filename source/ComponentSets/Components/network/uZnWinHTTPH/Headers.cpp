@@ -3,32 +3,13 @@
 
 #include "platform/errors/Errors.h"
 #include "platform/text/Unicode.h"
+#include "uZnHTTPTransport/PlatformText.h"
 #include "uZnWinHTTPH/Functions.h"
-#include "uZnWinHTTPH/PlatformText.h"
 
 using Zn::PlatformText;
 
 namespace
 {
-
-constexpr std::array<std::uint32_t, 6> cAddFlags{
-    WINHTTP_ADDREQ_FLAG_ADD,
-    WINHTTP_ADDREQ_FLAG_ADD_IF_NEW,
-    WINHTTP_ADDREQ_FLAG_COALESCE,
-    WINHTTP_ADDREQ_FLAG_COALESCE_WITH_COMMA,
-    WINHTTP_ADDREQ_FLAG_COALESCE_WITH_SEMICOLON,
-    WINHTTP_ADDREQ_FLAG_REPLACE,
-};
-
-std::uint32_t PlatformFlags(TWINHTTP_ADDREQ_FLAGS AFlags)
-{
-    std::uint32_t Result = 0;
-    for (std::size_t Index = 0; Index < cAddFlags.size(); ++Index) {
-        if (AFlags.Contains(static_cast<TWINHTTP_ADDREQ_FLAG>(Index)))
-            Result |= cAddFlags[Index];
-    }
-    return Result;
-}
 
 /// The status line's parts and the whole block are there once; fields may repeat.
 bool OccursOnce(std::uint32_t AInfoLevel)
@@ -76,7 +57,7 @@ void WinHttpAddRequestHeaders(HINTERNET AHandle, std::string_view AHeaders, TWIN
 {
     const auto Add = *Zn::WinHttp.AddRequestHeaders;
     const PlatformText Headers(AHeaders);
-    if (!Add(AHandle, Headers.Text(), Headers.Length(), PlatformFlags(AFlags)) && ARaiseError)
+    if (!Add(AHandle, Headers.Text(), Headers.Length(), Zn::PlatformAddFlags(AFlags)) && ARaiseError)
         WinHttpCheckError("WinHttpAddRequestHeaders", "");
 }
 

@@ -1,49 +1,28 @@
 #pragma once
 
-#include <atomic>
-
+#include "platform/Api.h"
 #include "platform/winhttp/Winhttp.h"
+#include "uZnHTTPTransport/PlatformLibrary.h"
 
 /// Loads "Winhttp.dll" unless it is loaded. Raises Exception where there is none. Any thread.
-void ZnLoadWinHTTP();
+ZN_API void ZnLoadWinHTTP();
 
 /// Forgets all functions and frees the library. Nobody may be using the unit meanwhile.
-void ZnUnloadWinHTTP();
+ZN_API void ZnUnloadWinHTTP();
 
 namespace Zn
 {
 
-/// A function of the library, looked up at its first call. Two threads may look it up at once: both find
-/// the same.
-template <class TFunction>
-class WinHttpFunction
-{
-public:
-    explicit WinHttpFunction(const char* AName) : FName(AName) {}
-
-    /// Raises Exception without the library, EAssertionFailed when it lacks the function.
-    TFunction operator*()
-    {
-        if (const TFunction Function = FFunction.load(std::memory_order_acquire))
-            return Function;
-        return Find();
-    }
-    void Forget() { FFunction.store(nullptr, std::memory_order_release); }
-
-private:
-    TFunction Find();
-
-    const char* FName;
-    std::atomic<TFunction> FFunction{nullptr};
-};
-
 /// All that the unit calls.
 struct WinHttpFunctions
 {
+    PlatformLibrary Library{"Winhttp.dll", "WinHTTP", "Winhttp"}; // first: the others hold it
+
+/// One function of the library: a pointer of the platform's type, filled by its name.
 #define ZN_SLOT(AName)                                                                                       \
-    WinHttpFunction<decltype(&::WinHttp##AName)> AName                                                       \
+    PlatformFunction<decltype(&::WinHttp##AName)> AName                                                      \
     {                                                                                                        \
-        "WinHttp" #AName                                                                                     \
+        Library, "WinHttp" #AName                                                                            \
     }
     ZN_SLOT(Open);
     ZN_SLOT(CloseHandle);
@@ -63,7 +42,7 @@ struct WinHttpFunctions
 
     ~WinHttpFunctions()
     {
-        ZnUnloadWinHTTP();
+        Library.Unload();
     }
 };
 extern WinHttpFunctions WinHttp;

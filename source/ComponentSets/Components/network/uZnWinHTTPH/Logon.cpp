@@ -1,7 +1,7 @@
 #include <array>
 
+#include "uZnHTTPTransport/PlatformText.h"
 #include "uZnWinHTTPH/Functions.h"
-#include "uZnWinHTTPH/PlatformText.h"
 
 using Zn::PlatformText;
 

@@ -10,7 +10,7 @@ namespace Zn
 {
 
 /// A text as the library takes it: UTF-16 with a zero behind it. Short ASCII texts, which most are, need no
-/// memory of their own. Raises EZnWinHTTPInvalidArgument for a text with a NUL, at which it would be cut.
+/// memory of their own. Raises EZnHTTPInvalidArgument for a text with a NUL, at which it would be cut.
 class PlatformText
 {
 public:

@@ -1,7 +1,7 @@
-#include "uZnWinHTTPH/PlatformText.h"
+#include "uZnHTTPTransport/PlatformText.h"
 
 #include "platform/text/Unicode.h"
-#include "uZnWinHTTPH/Exceptions.h"
+#include "uZnHTTPBase/HTTPExceptions.h"
 
 namespace
 {
@@ -20,7 +20,7 @@ bool IsAscii(std::string_view AText)
 Zn::PlatformText::PlatformText(std::string_view AText)
 {
     if (AText.find('\0') != std::string_view::npos)
-        throw EZnWinHTTPInvalidArgument("A text for the WinHTTP library may not hold a NUL!");
+        throw EZnHTTPInvalidArgument("A text for the HTTP library may not hold a NUL!");
     if (AText.size() < cShort && IsAscii(AText)) {
         for (std::size_t Index = 0; Index < AText.size(); ++Index)
             FShort[Index] = static_cast<char16_t>(AText[Index]);

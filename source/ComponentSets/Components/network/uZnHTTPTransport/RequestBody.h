@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "common/Streams.h"
-#include "uZnWinHTTPH.h"
+#include "uZnHTTPTransport/Binding.h"
 
 namespace Zn
 {
@@ -21,6 +21,8 @@ class RequestBody
 public:
     /// Longer bodies are not held in memory.
     static constexpr std::int64_t cMaxBuffered = 1024 * 1024;
+    /// What one send takes at once; a 32-bit length in one of the function sets.
+    static constexpr std::int64_t cMaxLent = 0xFFFFFFFF;
 
     /// AStream, or nullptr for no body, stays the caller's and unchanged while this lives.
     explicit RequestBody(TStream* AStream) : FStream(AStream) {}
@@ -29,9 +31,9 @@ public:
 
     /// Makes the body ready to be sent on AHandle, until that is closed. Moves the stream's position to
     /// its end where it reads the stream at once.
-    void Load(HINTERNET AHandle);
+    void Load(const FunctionBinding& ABinding, HINTERNET AHandle);
 
-    /// What WinHttpSendRequest takes; nothing while the library reads by itself.
+    /// What a send takes; nothing while the library reads by itself.
     const void* Data() const { return FData; }
     std::uint64_t Size() const { return FSize; }
 
@@ -40,7 +42,8 @@ public:
 
 private:
     void Buffer(std::int64_t ASize);
-    void HandOver(HINTERNET AHandle, std::int64_t AStart, std::int64_t ASize);
+    void HandOver(const FunctionBinding& ABinding, HINTERNET AHandle, std::int64_t AStart,
+                  std::int64_t ASize);
     static std::int64_t ReadSource(void* AContext, void* ABuffer, std::size_t ASize);
     static bool RewindSource(void* AContext);
 

@@ -1,9 +1,9 @@
-#include "uZnWinHTTP/RequestBody.h"
+#include "uZnHTTPTransport/RequestBody.h"
 
 #include <algorithm>
 #include <span>
 
-void Zn::RequestBody::Load(HINTERNET AHandle)
+void Zn::RequestBody::Load(const FunctionBinding& ABinding, HINTERNET AHandle)
 {
     FData = nullptr;
     FSize = 0;
@@ -13,14 +13,15 @@ void Zn::RequestBody::Load(HINTERNET AHandle)
     const std::int64_t Size = std::max<std::int64_t>(FStream->GetSize() - Start, 0);
     if (Size == 0)
         return;
-    if (auto* const Memory = dynamic_cast<TMemoryStream*>(FStream)) {
+    auto* const Memory = dynamic_cast<TMemoryStream*>(FStream);
+    if (Memory != nullptr && Size <= cMaxLent) {
         FData = Memory->Memory() + Start;
         FSize = static_cast<std::uint64_t>(Size);
         FStream->Seek(0, soEnd);
     } else if (Size <= cMaxBuffered) {
         Buffer(Size);
     } else {
-        HandOver(AHandle, Start, Size);
+        HandOver(ABinding, AHandle, Start, Size);
     }
 }
 
@@ -32,11 +33,12 @@ void Zn::RequestBody::Buffer(std::int64_t ASize)
     FSize = static_cast<std::uint64_t>(ASize);
 }
 
-void Zn::RequestBody::HandOver(HINTERNET AHandle, std::int64_t AStart, std::int64_t ASize)
+void Zn::RequestBody::HandOver(const FunctionBinding& ABinding, HINTERNET AHandle, std::int64_t AStart,
+                               std::int64_t ASize)
 {
     FStart = AStart;
     const TZnHttpBodySource Source{this, static_cast<std::uint64_t>(ASize), &ReadSource, &RewindSource};
-    WinHttpSetOption(AHandle, ZN_OPTION_BODY_SOURCE, std::as_bytes(std::span(&Source, 1)));
+    ABinding.SetOption(AHandle, ZN_OPTION_BODY_SOURCE, std::as_bytes(std::span(&Source, 1)));
 }
 
 /// Called by the library, which knows no exceptions.
