@@ -1,38 +1,50 @@
 #pragma once
 
-#include <chrono>
-#include <cstdint>
 #include <string>
-#include <string_view>
 
+#include "tools/zn/AccessFormats.h"
 #include "uZnHTTPH.h"
 
 namespace Zn
 {
 
-/// What is told of one request when it is over.
-struct TAccessRecord
-{
-    std::chrono::system_clock::time_point Time; // of the hand-over to the worker
-    std::string RemoteIp;
-    std::string Method;
-    std::string Path; // with its percent escapes
-    bool HasQuery =
-        false;      // a query may carry passwords and tokens: that there was one is told, not what it said
-    int Status = 0; // 0: nothing was sent
-    std::uint64_t Bytes = 0; // on the wire, header section included
-    std::chrono::microseconds Duration{};
-};
-
-/// 2026-03-04T13:05:06.123Z 127.0.0.1 GET /films/a.mp4?... 206 65536 0.412 ms
+/// Where a line for each request goes.
 ///
-/// Fields are separated by one blank and hold none; what is no printable ASCII stands as \xHH.
-std::string FormatAccessLine(const TAccessRecord& ARecord);
+/// Threads: Write on any; Reopen beside it, on one.
+class TAccessLog
+{
+public:
+    using TFormat = std::string (*)(const TAccessRecord&);
+
+    /// Lines for people, on standard error.
+    TAccessLog();
+    /// To a file, which is made or appended to; "-" is standard output, an empty name standard error. Raises
+    /// Exception when it can't be opened.
+    TAccessLog(std::string AFileName, TFormat AFormat);
+    ~TAccessLog();
+    TAccessLog(const TAccessLog&) = delete;
+    TAccessLog& operator=(const TAccessLog&) = delete;
+
+    /// Whether lines tell who asked, by which program, and have an id.
+    bool HasDetails() const { return FFormat != &FormatAccessLine; }
+
+    /// One call of the system for a line, so that those of several workers don't mix. A log that can't be
+    /// written stops no request.
+    void Write(const TAccessRecord& ARecord) const;
+
+    /// Lines to come go to the file that has the name now. Raises Exception, and goes on with the old one,
+    /// when it can't be opened. Nothing happens to a standard stream.
+    void Reopen() const;
+
+private:
+    int Open() const;
+
+    const std::string FFileName;
+    const TFormat FFormat;
+    int FFd; // the number stays, what it stands for changes
+};
 
 /// The method of a request as it was sent.
 std::string MethodName(const THTTP_REQUEST& ARequest);
-
-/// Writes the line to standard error in one piece. Any thread.
-void WriteAccessLine(const TAccessRecord& ARecord);
 
 } // namespace Zn

@@ -15,6 +15,10 @@ inline constexpr int cExitOk = 0;
 inline constexpr int cExitFailure = 1; // it was asked for rightly, and didn't work
 inline constexpr int cExitUsage = 2;   // it was asked for wrongly
 
+/// All of them, and what belongs to the program itself. AApp is new; running a command sets AExitCode, which
+/// has to outlive AApp's parse.
+void AddCommands(CLI::App& AApp, int& AExitCode);
+
 /// Adds the command with its options; running it sets AExitCode, which has to outlive AApp's parse.
 void AddAwsCommand(CLI::App& AApp, int& AExitCode);
 void AddConfigCommand(CLI::App& AApp, int& AExitCode);

@@ -19,21 +19,29 @@ std::string ChooseRealm(const TUserFile& AUsers, std::string ARealm)
 
 TProtection::TProtection(TZnHTTPAuthentication AScheme, const TUserFile& AUsers, std::string ARealm,
                          const std::vector<std::string>& APaths)
-    : FScheme(AScheme), FRealm(ChooseRealm(AUsers, std::move(ARealm))), FHashes(AUsers.HashesOf(FRealm))
+    : FScheme(AScheme), FRealm(ChooseRealm(AUsers, std::move(ARealm))), FHasAccounts(true)
 {
-    if (FHashes.empty())
-        throw Exception(FRealm.empty() ? "The file of accounts is empty: add one with zn users add"
-                                       : "There is no account for the realm \"" + FRealm + "\".");
+    Reload(AUsers);
     AddPaths(APaths);
 }
 
 TProtection::TProtection(const TUserFile* AUsers, const std::vector<std::string>& APaths)
     : FScheme(authOAuth2),
-      FHashes(AUsers == nullptr ? decltype(FHashes)() : AUsers->HashesOf(AUsers->FirstRealm()))
+      FRealm(AUsers == nullptr ? std::string() : AUsers->FirstRealm()),
+      FHasAccounts(AUsers != nullptr)
 {
-    if (AUsers != nullptr && FHashes.empty())
-        throw Exception("The file of accounts is empty: add one with zn users add");
+    if (AUsers != nullptr)
+        Reload(*AUsers);
     AddPaths(APaths);
+}
+
+void TProtection::Reload(const TUserFile& AUsers) const
+{
+    auto Hashes = std::make_shared<const THashes>(AUsers.HashesOf(FRealm));
+    if (Hashes->empty())
+        throw Exception(FRealm.empty() ? "The file of accounts is empty: add one with zn users add"
+                                       : "There is no account for the realm \"" + FRealm + "\".");
+    FHashes.SetValue(std::move(Hashes));
 }
 
 void TProtection::AddPaths(const std::vector<std::string>& APaths)
@@ -67,8 +75,9 @@ void TProtection::Attach(TZnCustomHTTPServer& AServer) const
     AServer.SetOnGetStoredPassword([this](TZnCustomHTTPServer&, TZnHTTPAuthentication,
                                           const std::string& AUser, std::string& AHash, std::string& ARole,
                                           std::string&, TDateTime&) {
-        const auto Found = FHashes.find(AUser);
-        if (Found == FHashes.end())
+        const auto Hashes = FHashes.GetValue();
+        const auto Found = Hashes->find(AUser);
+        if (Found == Hashes->end())
             return false;
         AHash = Found->second;
         ARole = "User";

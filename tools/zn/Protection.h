@@ -1,10 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "common/Locks.h"
 #include "tools/zn/Exchange.h"
 #include "tools/zn/UrlPath.h"
 #include "tools/zn/UserFile.h"
@@ -13,7 +15,8 @@
 namespace Zn
 {
 
-/// Which paths of a site need a logon, and who may log on. Read only once it is made; any thread.
+/// Which paths of a site need a logon, and who may log on. Read only once it is made, but for Reload; any
+/// thread.
 class TProtection
 {
 public:
@@ -30,6 +33,10 @@ public:
     /// Adds a path to those that need a logon.
     void AddPath(const std::string& APath);
 
+    /// Takes the accounts of the same realm from AUsers, for the logons to come. Raises Exception, and keeps
+    /// those it has, where there are none.
+    void Reload(const TUserFile& AUsers) const;
+
     /// Gives AServer realm and accounts; this object outlives it.
     void Attach(TZnCustomHTTPServer& AServer) const;
 
@@ -44,16 +51,19 @@ public:
 
 private:
     void AddPaths(const std::vector<std::string>& APaths);
+    using THashes = std::unordered_map<std::string, std::string>; // by user name
+
     bool IsKnownToProvider(const std::string& AUser) const
     {
-        return FHashes.empty() || FHashes.contains(AUser);
+        return !FHasAccounts || FHashes.GetValue()->contains(AUser);
     }
     bool NeedsLogon(std::string_view APath) const;
 
     const TZnHTTPAuthentication FScheme;
     const std::string FRealm;
-    const std::unordered_map<std::string, std::string> FHashes; // by user name
-    std::vector<std::vector<std::string>> FPaths;               // names from the site's root on
+    mutable TZnThreadSafeType<std::shared_ptr<const THashes>> FHashes; // replaced by Reload
+    const bool FHasAccounts;                      // by a provider: false lets everybody in
+    std::vector<std::vector<std::string>> FPaths; // names from the site's root on
 };
 
 /// The handler of /demo/private: tells the caller who he is.

@@ -81,6 +81,10 @@ void AddOptions(CLI::App& ACommand, const TOptions& AOptions)
     ACommand.add_option("--type", To.ContentType, "The body's Content-Type")->type_name("TYPE");
     ACommand.add_option("-o,--output", To.OutputFile, "Write the body to a file")->type_name("FILE");
     ACommand.add_flag("-i,--include", To.ShowHead, "Print the response's head too");
+    AddChoice<TTransport>(ACommand, "--transport", To.Transport,
+                          {{"winhttp", TTransport::WinHTTP}, {"wininet", TTransport::WinINet}},
+                          "How it is sent: winhttp, the default, asks nobody; wininet asks on the terminal "
+                          "whether a certificate is to be accepted that isn't trusted");
     ACommand.add_option("--user", To.User, "Log on to the server")->type_name("USER[:PASSWORD]");
     AddChoice<TZnHTTPAuthentication>(ACommand, "--auth", To.Authentication,
                                      {{"none", authNone},

@@ -1,7 +1,8 @@
 #include "tools/zn/Serve.h"
 
 #include <algorithm>
-#include <csignal>
+#include <charconv>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -11,7 +12,10 @@
 #include "platform/errors/Errors.h"
 #include "tools/zn/Commands.h"
 #include "tools/zn/FormLogon.h"
+#include "tools/zn/HandedSockets.h"
 #include "tools/zn/Protection.h"
+#include "tools/zn/Reload.h"
+#include "tools/zn/ServeSignals.h"
 #include "tools/zn/SiteServer.h"
 #include "tools/zn/StaticFiles.h"
 #include "uZnHTTPBase.h"
@@ -114,64 +118,124 @@ void RefuseServed(const std::string& AWhat, const std::string& AFileName, const 
 }
 
 /// Who may see what, by the command line; nothing when everybody may see everything.
-std::optional<TProtection> MakeProtection(const TServeOptions& AOptions)
+std::unique_ptr<TProtection> MakeProtection(const TServeOptions& AOptions)
 {
     const bool IsByProvider = !AOptions.OpenID.ClientId.empty();
     if (AOptions.Auth.empty() && !IsByProvider)
-        return std::nullopt;
+        return nullptr;
     // Whoever has the hashes can log on by Digest.
     RefuseServed("the file of accounts", AOptions.UsersFile, AOptions.Folder);
     RefuseServed("the file with the client's secret", AOptions.OpenID.ClientSecretFile, AOptions.Folder);
     std::optional<TUserFile> Users;
     if (!AOptions.UsersFile.empty())
         Users.emplace(AOptions.UsersFile);
-    std::optional<TProtection> Protection;
+    std::unique_ptr<TProtection> Protection;
     if (IsByProvider)
-        Protection.emplace(Users ? &*Users : nullptr, AOptions.Protect);
+        Protection = std::make_unique<TProtection>(Users ? &*Users : nullptr, AOptions.Protect);
     else
-        Protection.emplace(AOptions.Auth == "basic" ? authBasic : authDigest, Users.value(), AOptions.Realm,
-                           AOptions.Protect);
+        Protection = std::make_unique<TProtection>(AOptions.Auth == "basic" ? authBasic : authDigest,
+                                                   Users.value(), AOptions.Realm, AOptions.Protect);
     if (AOptions.Demo)
         Protection->AddPath("/demo/private");
     return Protection;
 }
 
-sigset_t StopSignals()
+/// Lines for people unless a file or a format is given; combined in a file.
+TAccessLog::TFormat FormatOf(const TServeOptions& AOptions)
 {
-    sigset_t Signals;
-    sigemptyset(&Signals);
-    sigaddset(&Signals, SIGINT);
-    sigaddset(&Signals, SIGTERM);
-    return Signals;
+    if (AOptions.LogFormat == "json")
+        return &FormatJson;
+    return AOptions.LogFormat.empty() && AOptions.AccessLog.empty() ? &FormatAccessLine : &FormatCombined;
 }
 
-/// Sleeps until the first SIGINT or SIGTERM; from then on another one has its usual effect.
-void WaitForStop()
+/// Everything that can change behind a server that is active.
+TReload MakeReload(TSiteServer& AServer, const TServeOptions& AOptions, const TProtection* AProtection,
+                   const TAccessLog& ALog)
 {
-    const sigset_t Signals = StopSignals();
-    int Signal = 0;
-    sigwait(&Signals, &Signal);
-    pthread_sigmask(SIG_UNBLOCK, &Signals, nullptr);
+    TReload Reload;
+    Reload.Add("access log", [&] { ALog.Reopen(); });
+    if (!AOptions.CertificateFile.empty())
+        Reload.Add("certificate", [&] { UseCertificate(AServer, AOptions); });
+    if (AProtection && !AOptions.UsersFile.empty())
+        Reload.Add("accounts",
+                   [&AOptions, AProtection] { AProtection->Reload(TUserFile(AOptions.UsersFile)); });
+    Reload.Add("configuration store", [&] { AServer.ReloadConfiguration(); });
+    return Reload;
+}
+
+std::optional<TFileWatch> MakeWatch(const TServeOptions& AOptions)
+{
+    if (!AOptions.Watch)
+        return std::nullopt;
+    std::vector<std::string> Files;
+    for (const std::string* const Each :
+         {&AOptions.CertificateFile, &AOptions.KeyFile, &AOptions.ClientCAFile, &AOptions.UsersFile})
+        if (!Each->empty())
+            Files.push_back(*Each);
+    return TFileWatch(std::move(Files));
+}
+
+/// Raises Exception that tells what can be limited.
+void SetLimits(TSiteServer& AServer, const TServeOptions& AOptions)
+{
+    RequestBufferSize = AOptions.BufferSize;
+    for (const std::string& Each : AOptions.Limits) {
+        const std::size_t Equals = std::min(Each.find('='), Each.size());
+        std::uint64_t Value = 0;
+        const char* const End = Each.data() + Each.size();
+        const char* const Start = Equals < Each.size() ? Each.data() + Equals + 1 : End;
+        const auto [Stop, Error] = std::from_chars(Start, End, Value);
+        if (Error != std::errc() || Stop != End)
+            throw EInvalidArgument("--limit takes NAME=VALUE with a number, not \"" + Each + "\"");
+        ZnSetHTTPServerLimit(AServer, Each.substr(0, Equals), Value);
+    }
+}
+
+void TrustProxies(TSiteServer& AServer, const TServeOptions& AOptions)
+{
+    AServer.SetTrustedProxies(AOptions.TrustedProxies);
+    AServer.SetForwardedFields(AOptions.ReadsForwarded ? ffForwarded : ffXForwarded);
+    AServer.SetProxyProtocol(AOptions.ProxyProtocol);
+}
+
+std::vector<int> DescriptorsOf(const std::vector<TZnListenSocket>& ASockets)
+{
+    std::vector<int> Result;
+    for (const TZnListenSocket& Each : ASockets)
+        Result.push_back(Each.Fd);
+    return Result;
+}
+
+void Stop(TSiteServer& AServer, const TServeOptions& AOptions)
+{
+    if (AOptions.DrainSeconds) {
+        const TZnHTTPServerDrainResult Result = AServer.Drain(std::chrono::seconds(*AOptions.DrainSeconds));
+        std::printf("Drained: %u requests ended, %u were cut.\n", Result.Ended, Result.Cut);
+        std::fflush(stdout);
+    }
+    AServer.SetActive(false);
 }
 
 } // namespace
 
 int RunServe(const TServeOptions& AOptions)
 {
-    const sigset_t Signals = StopSignals();
-    pthread_sigmask(SIG_BLOCK, &Signals,
-                    nullptr);      // threads made from here on inherit it: only the wait sees them
-    std::signal(SIGPIPE, SIG_IGN); // a reader of the log that went away is no reason to stop serving
-
+    HoldSignals();
     try {
         const TStaticFiles Files(AOptions.Folder,
                                  {.Deflate = AOptions.Deflate, .InlineStyle = AOptions.CSPLines.empty()});
-        const std::optional<TProtection> Protection = MakeProtection(AOptions);
-        TSiteServer Server(Files, AOptions.Demo);
+        std::optional<TFileWatch> Watch = MakeWatch(AOptions); // before the files are read for the first time
+        const std::unique_ptr<const TProtection> Protection = MakeProtection(AOptions);
+        const TAccessLog Log(AOptions.AccessLog, FormatOf(AOptions));
+        if (AOptions.AccessLog != "-")
+            RefuseServed("the access log", AOptions.AccessLog, AOptions.Folder);
+        TSiteServer Server(Files, Log, AOptions.Demo);
         if (Protection)
             Server.Protect(*Protection);
         Server.SetName("ZnServe");
-        for (const std::string& Binding : AOptions.Bindings) {
+        const std::vector<TZnListenSocket> Sockets = ZnTakeListenSockets();
+        const std::vector<std::string> Bindings = BindingsFor(AOptions, Sockets);
+        for (const std::string& Binding : Bindings) {
             const auto Url = NormalizedBinding(Binding);
             if (!Url)
                 return Fail(cExitUsage,
@@ -190,12 +254,16 @@ int RunServe(const TServeOptions& AOptions)
         UseCertificate(Server, AOptions);
         for (const std::string& Line : AOptions.CSPLines)
             Server.GetCSPDirectives().Add(Line);
-        RequestBufferSize = AOptions.BufferSize;
+        TrustProxies(Server, AOptions);
+        SetLimits(Server, AOptions);
+        if (!AOptions.MetricsPath.empty())
+            Server.ShowMetricsAt(AOptions.MetricsPath);
+        Server.SetListenSockets(DescriptorsOf(Sockets));
         Server.SetServerVersion(AOptions.VersionTwo ? HTTPServerV2 : HTTPServerV1);
         try {
             Server.SetActive(true);
         } catch (const EZnException& Error) {
-            return Fail(cExitFailure, ExplainStart(Error, AOptions.Bindings));
+            return Fail(cExitFailure, ExplainStart(Error, Bindings));
         }
 
         std::printf("Serving %s at\n", Files.Folder().Path().c_str());
@@ -203,11 +271,15 @@ int RunServe(const TServeOptions& AOptions)
             std::printf("  %s\n", Url.c_str());
         std::printf("Press Ctrl+C to stop.\n");
         std::fflush(stdout);
+        ZnNotifyServiceManager(TZnServiceState::Ready, "Serving " + Files.Folder().Path());
 
-        WaitForStop();
+        WaitForStop(MakeReload(Server, AOptions, Protection.get(), Log), Watch ? &*Watch : nullptr);
         std::printf("Stopping.\n");
         std::fflush(stdout);
-        Server.SetActive(false);
+        ZnNotifyServiceManager(TZnServiceState::Stopping, "Letting requests end");
+        Stop(Server, AOptions);
+    } catch (const EInvalidArgument& Error) { // an option's value
+        return Fail(cExitUsage, Error.Message());
     } catch (const Exception& Error) {
         return Fail(cExitFailure, Error.Message());
     }

@@ -4,6 +4,7 @@
 
 #include "tools/zn/Commands.h"
 #include "tools/zn/Serve.h"
+#include "uZnHTTPServer.h"
 
 namespace Zn
 {
@@ -57,7 +58,7 @@ void AddServeCommand(CLI::App& AApp, int& AExitCode)
 {
     CLI::App* Command = AApp.add_subcommand("serve", "Serve a folder over HTTP");
     const auto Options = std::make_shared<TServeOptions>();
-    Command->footer("Serves until Ctrl+C. One line per request goes to standard error.");
+    Command->footer("Serves until Ctrl+C. One line per request goes to standard error, or to --access-log.");
 
     Command->add_option("DIR", Options->Folder, "Folder to serve")
         ->capture_default_str()
@@ -120,11 +121,57 @@ void AddServeCommand(CLI::App& AApp, int& AExitCode)
     AddFormUrl("--default-url", Options->FormLogon.DefaultUrl,
                "With --auth form or a provider: where visitors of the logon page, and who comes from the "
                "provider, begin (default: the first protected path)");
+    CLI::Option* const Proxy =
+        Command
+            ->add_option("--trusted-proxy", Options->TrustedProxies,
+                         "Believe this proxy about its clients: address or range; may be repeated")
+            ->type_name("CIDR")
+            ->allow_extra_args(false);
+    Command
+        ->add_flag("--forwarded", Options->ReadsForwarded,
+                   "Trusted proxies write Forwarded (default: X-Forwarded-For, -Proto and -Host)")
+        ->needs(Proxy);
+    Command
+        ->add_flag("--proxy-protocol", Options->ProxyProtocol,
+                   "Connections of trusted proxies begin with a PROXY header, version 1 or 2")
+        ->needs(Proxy);
+    Command
+        ->add_option("--access-log", Options->AccessLog, "File for a line per request; - is standard output")
+        ->type_name("FILE");
+    Command
+        ->add_option("--log-format", Options->LogFormat,
+                     "What the lines look like: combined or json (default: combined with --access-log)")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"combined", "json"}));
+    std::string Names;
+    for (const TZnHTTPServerLimit& Each : ZnHTTPServerLimits())
+        Names += (Names.empty() ? "" : ", ") + std::string(Each.Name);
+    Command->add_option("--limit", Options->Limits, "A limit: " + Names + "; may be repeated")
+        ->type_name("NAME=VALUE")
+        ->allow_extra_args(false);
+    Command
+        ->add_option("--metrics", Options->MetricsPath,
+                     "Path below the bindings that shows counters and timings for Prometheus")
+        ->type_name("URL-PATH")
+        ->check([](const std::string& APath) {
+            return APath.size() > 1 && APath.starts_with('/') &&
+                           APath.find_first_of("?#% ") == std::string::npos
+                       ? std::string()
+                       : "a path begins with \"/\" and has no query or escapes";
+        });
+    Command->add_flag("--watch", Options->Watch,
+                      "Reload, as on SIGHUP, when the files of --cert, --key, --client-ca or --users change");
+    Command
+        ->add_option("--drain", Options->DrainSeconds,
+                     "At the stop, let requests that have begun end within this time")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0, 86400));
     AddProviderOptions(*Command, Options->OpenID, *Auth);
     Command->add_flag("--demo", Options->Demo, "Add handlers that show the server below /demo/");
 
     Command->callback([Options, Command, &AExitCode] {
         CheckLogonOptions(*Command);
+        Options->HasOwnBindings = Command->count("--bind") > 0;
         AExitCode = RunServe(*Options);
     });
 }

@@ -9,6 +9,7 @@
 #include "tools/zn/AccessLog.h"
 #include "tools/zn/Demo.h"
 #include "tools/zn/FormLogon.h"
+#include "tools/zn/RequestId.h"
 #include "uZnIPHelper.h"
 
 namespace Zn
@@ -31,10 +32,29 @@ TAccessRecord RecordOf(const THTTP_REQUEST& ARequest)
     return Record;
 }
 
+/// What a proxy called the request, if that proxy is trusted; else a name of our own.
+std::string IdOf(const TZnHTTPServerResponseThread& AWorker)
+{
+    std::string Given;
+    if (AWorker.GetOrigin().IsFromProxy)
+        Given = AWorker.GetHeaderValue("X-Request-Id");
+    return IsRequestId(Given) ? Given : NewRequestId();
+}
+
+void AddDetails(TAccessRecord& ARecord, const TZnHTTPServerResponseThread& AWorker)
+{
+    const THTTP_VERSION Version = AWorker.GetHTTP_REQUEST()->Version;
+    ARecord.Id = IdOf(AWorker);
+    ARecord.Protocol =
+        "HTTP/" + std::to_string(Version.MajorVersion) + "." + std::to_string(Version.MinorVersion);
+    ARecord.Referer = WithoutSecrets(AWorker.GetHeaderView(HttpHeaderReferer));
+    ARecord.UserAgent = AWorker.GetHeaderView(HttpHeaderUserAgent);
+}
+
 } // namespace
 
-TSiteServer::TSiteServer(const TStaticFiles& AFiles, bool ADemo)
-    : TZnHTTPServer(nullptr), FFiles(AFiles), FDemo(ADemo)
+TSiteServer::TSiteServer(const TStaticFiles& AFiles, const TAccessLog& ALog, bool ADemo)
+    : TZnHTTPServer(nullptr), FFiles(AFiles), FLog(ALog), FDemo(ADemo)
 {
     GetBindings().Clear();
     // DoOnResponse answers by itself; without a handler it wouldn't be called.
@@ -69,11 +89,17 @@ void TSiteServer::DoOnResponse(TZnHTTPServerResponseThread& AResponseThread, con
 {
     const auto Start = std::chrono::steady_clock::now();
     TAccessRecord Record = RecordOf(*AResponseThread.GetHTTP_REQUEST());
+    if (FLog.HasDetails())
+        AddDetails(Record, AResponseThread);
 
     // Lives until the answer has left: the response is freed with the base class's call.
     std::optional<TExchange> Exchange;
     TZnHTTPServer::DoOnResponse(AResponseThread, [&](TZnCustomHTTPServer&, PZnHTTPServerRequest ARequest,
                                                      TZnHTTPServerResponse& AResponse) {
+        if (FLog.HasDetails()) {
+            Record.User = ARequest->AuthenticationType == authNone ? std::string() : ARequest->LogonName;
+            AResponse.AddUnknownHeader("X-Request-Id", Record.Id);
+        }
         Respond(Exchange.emplace(AResponseThread, *ARequest, AResponse));
     });
 
@@ -81,7 +107,7 @@ void TSiteServer::DoOnResponse(TZnHTTPServerResponseThread& AResponseThread, con
     Record.Bytes = AResponseThread.GetSentBytes();
     Record.Duration =
         std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - Start);
-    WriteAccessLine(Record);
+    FLog.Write(Record);
 }
 
 std::unique_ptr<TStream> TSiteServer::CreateFileStream(const std::string& APath, const std::string& AFileName)
@@ -89,7 +115,23 @@ std::unique_ptr<TStream> TSiteServer::CreateFileStream(const std::string& APath,
     return FFiles.OpenForPage(APath + AFileName);
 }
 
-void TSiteServer::Respond(TExchange& AExchange) const
+void TSiteServer::ShowMetricsAt(const std::string& APath)
+{
+    FMetricsPath = APath.substr(1);
+    SetMetricsEnabled(true);
+}
+
+void TSiteServer::RespondMetrics(TExchange& AExchange)
+{
+    if (AExchange.Request.HttpVerb != HttpVerbGET && AExchange.Request.HttpVerb != HttpVerbHEAD) {
+        AExchange.Response.AddUnknownHeader("Allow", "GET, HEAD");
+        throw EZnHTTPException("Counters can be fetched, and nothing else.", 405);
+    }
+    AExchange.Response.AddUnknownHeader("Cache-Control", "no-store");
+    AExchange.RespondText(MetricsText(), "text/plain; version=0.0.4; charset=utf-8");
+}
+
+void TSiteServer::Respond(TExchange& AExchange)
 {
     const std::string_view Path = AExchange.Request.UrlData.FilePath;
     const std::string_view Prefix = PrefixOf(Path);
@@ -98,7 +140,9 @@ void TSiteServer::Respond(TExchange& AExchange) const
         return;
     if (FProtection && !IsLogonPage(*this, AExchange.Request.UrlData))
         FProtection->Check(AExchange.Request, Rest);
-    if (FDemo && Rest.starts_with(cDemoFolder))
+    if (!FMetricsPath.empty() && Rest == FMetricsPath)
+        RespondMetrics(AExchange);
+    else if (FDemo && Rest.starts_with(cDemoFolder))
         RespondDemo(AExchange, Rest.substr(cDemoFolder.size()));
     else
         FFiles.Respond(AExchange, Prefix, Rest);

@@ -7,21 +7,8 @@
 int main(int argc, char** argv)
 {
     int ExitCode = Zn::cExitOk;
-    CLI::App App("Network components from a shell", "zn");
-    App.set_version_flag("--version", ZN_VERSION);
-    App.require_subcommand(1);
-    Zn::AddPipeCommand(App, ExitCode);
-    Zn::AddServeCommand(App, ExitCode);
-    Zn::AddRequestCommands(App, ExitCode);
-    Zn::AddUsersCommand(App, ExitCode);
-    Zn::AddConfigCommand(App, ExitCode);
-    Zn::AddNetworkCommands(App, ExitCode);
-    Zn::AddTcpCommand(App, ExitCode);
-    Zn::AddFirewallCommand(App, ExitCode);
-    Zn::AddJwtCommand(App, ExitCode);
-    Zn::AddWlanCommand(App, ExitCode);
-    Zn::AddAwsCommand(App, ExitCode);
-    Zn::AddS3Command(App, ExitCode);
+    CLI::App App;
+    Zn::AddCommands(App, ExitCode);
     try {
         App.parse(argc, argv);
     } catch (const CLI::ParseError& Error) {

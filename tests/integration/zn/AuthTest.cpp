@@ -1,17 +1,14 @@
 // zn users add and zn serve --auth, with curl and a browser as clients.
 
-#include <array>
 #include <fstream>
 #include <iterator>
 
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <pty.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "tests/integration/zn/ServedSite.h"
+#include "tests/integration/zn/Terminal.h"
 
 namespace Zn
 {
@@ -85,33 +82,12 @@ TEST_F(Auth, UsersAddKeepsWhatElseTheFileHolds)
 TEST_F(Auth, UsersAddAsksOnTheTerminalWithoutEcho)
 {
     const std::string File = Users();
-    int Terminal = -1;
-    const pid_t Child = forkpty(&Terminal, nullptr, nullptr, nullptr);
-    ASSERT_GE(Child, 0);
-    if (Child == 0) {
-        unsetenv("ZN_PASSWORD");
-        execl(ZN_PROGRAM, "zn", "users", "add", File.c_str(), "club", "anna", nullptr);
-        _exit(127);
-    }
-    std::string Seen;
-    std::size_t Answers = 0;
-    pollfd Wait{Terminal, POLLIN, 0};
-    while (poll(&Wait, 1, 60'000) > 0) {
-        std::array<char, 256> Bytes;
-        const ssize_t Length = read(Terminal, Bytes.data(), Bytes.size());
-        if (Length <= 0)
-            break;
-        Seen.append(Bytes.data(), static_cast<std::size_t>(Length));
-        const std::size_t Questions = (Seen.find("Password for anna: ") != std::string::npos ? 1U : 0U) +
-                                      (Seen.find("once more: ") != std::string::npos ? 1U : 0U);
-        for (; Answers < Questions; ++Answers)
-            ASSERT_EQ(write(Terminal, "secret\n", 7), 7);
-    }
-    close(Terminal);
-    int Status = -1;
-    waitpid(Child, &Status, 0);
-    EXPECT_EQ(Status, 0) << Seen;
-    EXPECT_EQ(Seen.find("secret"), std::string::npos) << Seen;
+    unsetenv("ZN_PASSWORD");
+    const TTerminalOutcome Outcome =
+        RunOnTerminal({ZN_PROGRAM, "users", "add", File, "club", "anna"},
+                      {{"Password for anna: ", "secret\n"}, {"once more: ", "secret\n"}});
+    EXPECT_EQ(Outcome.Code, 0) << Outcome.Seen;
+    EXPECT_EQ(Outcome.Seen.find("secret"), std::string::npos) << Outcome.Seen;
     EXPECT_EQ(ReadFile(File), "anna:club:ec31b56101a6343dc35f2cbc2fb3a8de\n");
 }
 

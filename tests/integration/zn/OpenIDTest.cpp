@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/integration/zn/IdentityProvider.h"
+#include "tests/support/ScriptedPeer.h"
 #include "tests/support/TlsClient.h"
 #include "tests/support/TokenSigner.h"
 
@@ -156,6 +157,48 @@ TEST_F(OpenIDLogon, StrangersAreSentOnlyWhereTheyCanLogOn)
     EXPECT_EQ(Post("state=of+somebody+else&id_token=" + Token).Status, 403); // anonymous, and so a post
     EXPECT_EQ(Post("state=" + State).Status, 403);
     EXPECT_EQ(Get("oidc/").Status, 302) << "still serving";
+}
+
+/// Keys that can't be had let nobody in, and cost nobody else anything.
+TEST_F(OpenIDLogon, ProvidersWithoutSoundKeysLetNobodyIn)
+{
+    struct Row
+    {
+        const char* Name;
+        std::string Discovery; // %: the provider's root
+        std::string Keys;
+    };
+    const std::string Found = R"({"jwks_uri":"%/keys"})";
+    const Row Rows[] = {
+        {"a page", "<p>Welcome!</p>", ""},
+        {"no address", "{}", ""},
+        {"an address of its own", R"({"jwks_uri":"%/.well-known/openid-configuration"})", ""},
+        {"keys that are none", Found, R"({"keys":[1]})"},
+        {"two keys of one id", Found, R"({"keys":[{"kid":"k"},{"kid":"k"}]})"},
+        {"more than 1 MiB", Found, R"({"keys":[]})" + std::string(1 << 20, ' ')},
+    };
+    for (const Row& Each : Rows) {
+        std::atomic<std::uint16_t> ProviderPort = 0;
+        const auto Own = [&] { return "http://127.0.0.1:" + std::to_string(ProviderPort.load()); };
+        ScriptedPeer Provider([&](PeerConnection& AConnection) {
+            for (std::string Head; !(Head = AConnection.ReadHead()).empty();) {
+                std::string Body = Head.starts_with("GET /keys ") ? Each.Keys : Each.Discovery;
+                if (const std::size_t Place = Body.find('%'); Place != std::string::npos)
+                    Body.replace(Place, 1, Own());
+                AConnection.Answer(Body);
+            }
+        });
+        ProviderPort = Provider.Port();
+        Serve(Own(), {});
+        const std::string Place = Curl({Root + "oidc/"})["location"];
+        const std::string State = Place.substr(Place.rfind('=') + 1);
+        const std::string Token = Tests::TokenSigner().Sign(R"({"alg":"RS256","kid":"k"})", "{}", "SHA256");
+        EXPECT_EQ(Curl({"-d", "state=" + State + "&id_token=" + Token, Root + "oidc/"}).Status, 401)
+            << Each.Name;
+        EXPECT_EQ(Curl({Root + "index.html"}).Status, 200) << Each.Name;
+        EXPECT_GT(Provider.Connections(), 0) << Each.Name;
+        Server.reset();
+    }
 }
 
 TEST_F(OpenIDLogon, WhatCannotWorkIsToldAtTheStart)

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "tests/integration/zn/ServedSite.h"
+#include "tests/integration/zn/Terminal.h"
 #include "tests/support/TlsClient.h"
 
 namespace Zn
@@ -173,6 +174,19 @@ TEST_F(Request, TrustsWhomItIsToldTo)
         "hello\n");
     EXPECT_EQ(RunZn({"get", Root + "a.txt", "--authorities", Name("c.pem"), "--cert", Name("c.pem")}).Code, 7)
         << "a certificate without its key";
+
+    const std::vector<std::string> Asking{ZN_PROGRAM, "get", Root + "a.txt", "--transport", "wininet"};
+    EXPECT_EQ(RunZn({Asking.begin() + 1, Asking.end()}).Code, 7) << "no terminal, no question";
+    EXPECT_EQ(RunZn({"get", Root + "a.txt", "--transport", "wininet", "--ignore-authority"}).Output,
+              "hello\n");
+    const TTerminalOutcome Accepted = RunOnTerminal(Asking, {{"[y/N] ", "y\n"}});
+    EXPECT_EQ(Accepted.Code, 0) << Accepted.Seen;
+    for (const char* const Shown :
+         {"Subject:  CN=localhost", "Issuer:", "Valid:", " UTC", "SHA-256:  ", "hello"})
+        EXPECT_NE(Accepted.Seen.find(Shown), std::string::npos) << Shown << "\n" << Accepted.Seen;
+    const TTerminalOutcome Refused = RunOnTerminal(Asking, {{"[y/N] ", "\n"}});
+    EXPECT_EQ(Refused.Code, 7) << Refused.Seen;
+    EXPECT_EQ(Refused.Seen.find("hello"), std::string::npos) << Refused.Seen;
 }
 
 TEST_F(Request, FollowsRedirectsOfAnotherServer)

@@ -17,25 +17,9 @@
 namespace Zn
 {
 
-TTemporaryFolder::TTemporaryFolder()
-{
-    std::string Name = (std::filesystem::temp_directory_path() / "zn-serve-XXXXXX").string();
-    if (mkdtemp(Name.data()) == nullptr)
-        throw std::runtime_error("mkdtemp failed");
-    FPath = Name;
-}
-
-TTemporaryFolder::~TTemporaryFolder()
-{
-    std::error_code Ignored;
-    std::filesystem::remove_all(FPath, Ignored);
-}
-
 void TTemporaryFolder::Write(const std::string& AName, std::string_view AContent) const
 {
-    const std::filesystem::path File = FPath / AName;
-    std::filesystem::create_directories(File.parent_path());
-    std::ofstream(File, std::ios::binary) << AContent;
+    const std::string File = TemporaryFolder::Write(AName, AContent);
     const timespec Date{.tv_sec = 1583020800, .tv_nsec = 0};
     const timespec Times[2] = {Date, Date};
     utimensat(AT_FDCWD, File.c_str(), Times, 0);

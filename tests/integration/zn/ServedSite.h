@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/integration/zn/ChildProcess.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace Zn
 {
@@ -16,19 +17,11 @@ namespace Zn
 /// Time that anything may take on a machine under load; what is waited for takes a fraction of it.
 inline constexpr std::chrono::seconds cPatience{60};
 
-/// A folder that is deleted with its holder.
-class TTemporaryFolder
+/// A folder whose files are of 1 March 2020, so that their validators are strong.
+class TTemporaryFolder : public TemporaryFolder
 {
 public:
-    TTemporaryFolder();
-    ~TTemporaryFolder();
-
-    const std::filesystem::path& Path() const { return FPath; }
-    /// Makes a file with the folders above it. Its date is 1 March 2020, so that its validators are strong.
     void Write(const std::string& AName, std::string_view AContent) const;
-
-private:
-    std::filesystem::path FPath;
 };
 
 /// A port of the loopback that nobody has just now.

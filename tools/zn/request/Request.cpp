@@ -10,9 +10,11 @@
 #include "platform/errors/Errors.h"
 #include "tools/zn/Commands.h"
 #include "tools/zn/PasswordPrompt.h"
+#include "tools/zn/request/CertificateDialog.h"
 #include "tools/zn/request/OutputStream.h"
 #include "tools/zn/request/ProgressBar.h"
 #include "uZnWinHTTP.h"
+#include "uZnWinINet.h"
 
 namespace Zn
 {
@@ -27,11 +29,12 @@ constexpr std::int64_t cMaxCertificateSize = 1024 * 1024;
 constexpr const char* cTextType = "text/plain; charset=utf-8";
 constexpr const char* cFileType = "application/octet-stream";
 
-constexpr std::array cTrustErrors{
+constexpr std::array<std::uint32_t, 13> cTrustErrors{
     ERROR_WINHTTP_SECURE_CERT_DATE_INVALID,
     ERROR_WINHTTP_SECURE_CERT_CN_INVALID,
     ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED,
     ERROR_WINHTTP_SECURE_INVALID_CA,
+    INTERNET_SEC_CERT_ERRORS,
     ERROR_WINHTTP_SECURE_CERT_REV_FAILED,
     ERROR_WINHTTP_SECURE_CHANNEL_ERROR,
     ERROR_WINHTTP_SECURE_INVALID_CERT,
@@ -127,7 +130,7 @@ void AddHeaders(IZnHTTPRequest& ARequest, const std::vector<std::string>& AHeade
     }
 }
 
-void Configure(TZnWinHTTPClient& AClient, const TRequestCommand& ACommand)
+void Configure(TZnHTTPTransportClient& AClient, const TRequestCommand& ACommand)
 {
     TakeCredentials(AClient.GetCredentials(), ACommand.User, "ZN_PASSWORD");
     TakeCredentials(AClient.GetProxyCredentials(), ACommand.ProxyUser, "ZN_PROXY_PASSWORD");
@@ -142,7 +145,7 @@ void Configure(TZnWinHTTPClient& AClient, const TRequestCommand& ACommand)
         AClient.GetTimeOuts().SetSendTimeOut(*ACommand.TimeOut);
         AClient.GetTimeOuts().SetReceiveTimeOut(*ACommand.TimeOut);
     }
-    TZnWinHTTPSession& Session = AClient.GetWinHTTPSession();
+    TZnHTTPTransportSession& Session = AClient.GetTransportSession();
     Session.SetAuthoritiesFile(ACommand.AuthoritiesFile);
     if (ACommand.Proxy == "direct")
         Session.SetAccessType(atDirect);
@@ -198,7 +201,7 @@ std::unique_ptr<TStream> OpenOutput(const TRequestCommand& ACommand)
     return std::make_unique<TFileStream>(ACommand.OutputFile, fmCreate);
 }
 
-int SendAndPrint(TZnWinHTTPClient& AClient, const TRequestCommand& ACommand)
+int SendAndPrint(TZnHTTPTransportClient& AClient, const TRequestCommand& ACommand)
 {
     const TBody Body = MakeBody(ACommand);
     const auto Response =
@@ -218,7 +221,7 @@ int SendAndPrint(TZnWinHTTPClient& AClient, const TRequestCommand& ACommand)
     return CodeForStatus(Response->GetStatus());
 }
 
-int PrintMethods(TZnWinHTTPClient& AClient, const TRequestCommand& ACommand)
+int PrintMethods(TZnHTTPTransportClient& AClient, const TRequestCommand& ACommand)
 {
     TZnHTTPStatus Status;
     AClient.SetOnResponse([&Status](TObject*, const std::shared_ptr<IZnHTTPResponse>& AResponse) {
@@ -249,14 +252,38 @@ int CodeForError(const EZnHTTPClientApiException& AError)
     return std::ranges::find(cTrustErrors, Code) != cTrustErrors.end() ? cExitNotTrusted : cExitFailure;
 }
 
+int RunOn(TZnHTTPTransportClient& AClient, const TRequestCommand& ACommand)
+{
+    Configure(AClient, ACommand);
+    return ACommand.ListMethods ? PrintMethods(AClient, ACommand) : SendAndPrint(AClient, ACommand);
+}
+
+/// With somebody at the terminal who may be asked about a certificate.
+int RunAsking(TZnWinINetClient& AClient, const TRequestCommand& ACommand)
+{
+    if (!TCertificateDialog::IsPossible() || ACommand.Data == "@-")
+        return RunOn(AClient, ACommand);
+    const TCertificateDialog Dialog(AClient);
+    try {
+        return RunOn(AClient, ACommand);
+    } catch (const EAbort&) {
+        if (!Dialog.Refused())
+            throw;
+        return Fail(cExitNotTrusted, "The certificate was not accepted.");
+    }
+}
+
 } // namespace
 
 int RunRequest(const TRequestCommand& ACommand)
 {
     try {
-        TZnWinHTTPClient Client(nullptr);
-        Configure(Client, ACommand);
-        return ACommand.ListMethods ? PrintMethods(Client, ACommand) : SendAndPrint(Client, ACommand);
+        if (ACommand.Transport == TTransport::WinHTTP) {
+            TZnWinHTTPClient Client(nullptr);
+            return RunOn(Client, ACommand);
+        }
+        TZnWinINetClient Client(nullptr);
+        return RunAsking(Client, ACommand);
     } catch (const EUsage& Error) {
         return Fail(cExitUsage, Error.Message());
     } catch (const EInvalidArgument& Error) {

@@ -17,11 +17,14 @@ inline constexpr int cExitServerError = 5; // status 500 and above
 inline constexpr int cExitTimeOut = 6;
 inline constexpr int cExitNotTrusted = 7; // TLS or a certificate, the server's or the client's
 
+enum class TTransport { WinHTTP, WinINet };
+
 /// What `zn request` and its short forms are asked for.
 struct TRequestCommand
 {
     TZnHTTPMethod Method = httpGET;
     std::string Url;
+    TTransport Transport = TTransport::WinHTTP;
     std::vector<std::string> Headers; // "Name: value"
     std::optional<std::string> Data;  // a text, "@FILE", or "@-" for standard input
     std::string ContentType;
