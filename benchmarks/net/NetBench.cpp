@@ -13,6 +13,7 @@
 #include <arpa/inet.h>
 #include <linux/icmp.h>
 #include <netinet/in.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "platform/icmp/EchoMessage.h"
@@ -59,38 +60,53 @@ void Command(const std::string& ALine)
         Fail(ALine.c_str());
 }
 
-/// What a program without the library would write: one raw socket, a request, the answer to it.
-void BarePings()
+int RawSocket()
 {
     const int Socket = socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
     const icmp_filter Replies{~(1U << ICMP_ECHOREPLY)};
-    const timeval Limit{1, 0};
-    if (Socket < 0 || setsockopt(Socket, SOL_RAW, ICMP_FILTER, &Replies, sizeof(Replies)) != 0 ||
-        setsockopt(Socket, SOL_SOCKET, SO_RCVTIMEO, &Limit, sizeof(Limit)) != 0)
+    if (Socket < 0 || setsockopt(Socket, SOL_RAW, ICMP_FILTER, &Replies, sizeof(Replies)) != 0)
         Fail("no raw socket");
+    return Socket;
+}
+
+int UnprivilegedSocket()
+{
+    const int Socket = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_ICMP);
+    if (Socket < 0)
+        Fail("no unprivileged ICMP socket");
+    return Socket;
+}
+
+/// What a program without the library would write: one socket, a request, the answer to it.
+void BarePings(int ASocket, bool AHasIPv4Header)
+{
+    const timeval Limit{1, 0};
+    if (setsockopt(ASocket, SOL_SOCKET, SO_RCVTIMEO, &Limit, sizeof(Limit)) != 0)
+        Fail("no limit");
     sockaddr_in Target{};
     Target.sin_family = AF_INET;
     Target.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     const auto Data = std::as_bytes(std::span("ping", 4));
     for (int Count = 0; Count < cPings; ++Count) {
-        const auto Head = Zn::WriteEchoHead({ICMP_ECHO, 0, 77, static_cast<std::uint16_t>(Count)}, Data);
+        const auto Sequence = static_cast<std::uint16_t>(Count);
+        const auto Head = Zn::WriteEchoHead({ICMP_ECHO, 0, 77, Sequence}, Data);
         std::byte Message[12];
         std::copy(Head.begin(), Head.end(), Message);
         std::copy(Data.begin(), Data.end(), Message + Head.size());
-        if (sendto(Socket, Message, sizeof(Message), 0, reinterpret_cast<const sockaddr*>(&Target),
+        if (sendto(ASocket, Message, sizeof(Message), 0, reinterpret_cast<const sockaddr*>(&Target),
                    sizeof(Target)) < 0)
             Fail("sending failed");
         for (bool IsOurs = false; !IsOurs;) {
             std::byte Buffer[128];
-            const ssize_t Size = recv(Socket, Buffer, sizeof(Buffer), 0);
+            const ssize_t Size = recv(ASocket, Buffer, sizeof(Buffer), 0);
             if (Size < 0)
                 Fail("no answer");
-            const auto Echo =
-                Zn::ReadEchoHead(Zn::BehindIPv4Header({Buffer, static_cast<std::size_t>(Size)}));
-            IsOurs = Echo && Echo->Id == 77 && Echo->Sequence == static_cast<std::uint16_t>(Count);
+            const std::span<const std::byte> Received(Buffer, static_cast<std::size_t>(Size));
+            const auto Echo = Zn::ReadEchoHead(AHasIPv4Header ? Zn::BehindIPv4Header(Received) : Received);
+            IsOurs = Echo && Echo->Sequence == Sequence;
         }
     }
-    close(Socket);
+    close(ASocket);
 }
 
 void LibraryPings()
@@ -101,6 +117,26 @@ void LibraryPings()
         if (PingV4("127.0.0.1", 1000, Address, Time) != prSuccess)
             Fail("no answer");
     }
+}
+
+/// The library takes an unprivileged socket where the system allows it, and a raw one elsewhere. A new
+/// network namespace allows nobody; sockets that were opened before stay what they are, so each kind has a
+/// process.
+void ComparePings()
+{
+    if (fork() == 0) {
+        Compare("Ping, raw sockets", cPings, LibraryPings, "a bare raw socket",
+                [] { BarePings(RawSocket(), true); });
+        std::_Exit(0);
+    }
+    wait(nullptr);
+    Command("sysctl -q -w net.ipv4.ping_group_range='0 0'");
+    if (fork() == 0) {
+        Compare("Ping, ICMP sockets", cPings, LibraryPings, "a bare ICMP socket",
+                [] { BarePings(UnprivilegedSocket(), false); });
+        std::_Exit(0);
+    }
+    wait(nullptr);
 }
 
 /// Interfaces in pairs, each with an address and a route.
@@ -198,7 +234,7 @@ void CompareTexts(const char* AWrite, const char* ARead, int AFamily)
 int main()
 {
     Command("ip link set lo up");
-    Compare("Ping over loopback", cPings, LibraryPings, "a bare raw socket", BarePings);
+    ComparePings();
     CompareTexts<in_addr>("IPv4 address to text", "IPv4 text to address", AF_INET);
     CompareTexts<IN6_ADDR>("IPv6 address to text", "IPv6 text to address", AF_INET6);
     int Made = 0;

@@ -35,5 +35,6 @@ struct BenchPeer
 
 BenchPeer OurPeer();
 BenchPeer BarePeer();
+BenchPeer SeqPacketPeer();
 BenchPeer ZeroMqPeer();
 BenchPeer GrpcPeer();

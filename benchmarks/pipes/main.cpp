@@ -21,7 +21,7 @@ namespace
 
 BenchPeer PeerNamed(const std::string& AName)
 {
-    for (auto* Make : {OurPeer, BarePeer, ZeroMqPeer, GrpcPeer}) {
+    for (auto* Make : {OurPeer, BarePeer, SeqPacketPeer, ZeroMqPeer, GrpcPeer}) {
         if (BenchPeer Peer = Make(); AName == Peer.Name)
             return Peer;
     }

@@ -53,9 +53,6 @@ struct TSECURITY_ATTRIBUTES
     bool bInheritHandle = false;
 };
 
-/// The key of another host is not among the known ones, or not the one that is known.
-inline constexpr std::uint32_t ERROR_TRUST_FAILURE = 1790;
-
 inline constexpr std::uint32_t PIPE_ACCESS_DUPLEX = 3;
 inline constexpr std::uint32_t FILE_ATTRIBUTE_NORMAL = 0x80;
 inline constexpr std::uint32_t FILE_FLAG_OVERLAPPED = 0x40000000;

@@ -88,6 +88,13 @@ void SweepLeftOvers(const std::string& AFolder)
     }
 }
 
+/// Something that no pipe left there, and that none may replace.
+bool IsOtherFile(const std::string& APath)
+{
+    struct stat Info;
+    return lstat(APath.c_str(), &Info) == 0 && !S_ISSOCK(Info.st_mode);
+}
+
 } // namespace
 
 std::uint32_t ServedPipe::AddInstance(const std::string& AFile, unsigned AMode, Instance& AInstance)
@@ -108,7 +115,7 @@ std::uint32_t ServedPipe::AddInstance(const std::string& AFile, unsigned AMode, 
     FolderLock OneAtATime(Folder);
     if (!OneAtATime.Take())
         return errno == EACCES ? ERROR_ACCESS_DENIED : ERROR_BUSY;
-    if (ProbeSocket(Path) == SocketLife::Alive)
+    if (ProbeSocket(Path) == SocketLife::Alive || IsOtherFile(Path))
         return ERROR_ALREADY_EXISTS;
     SweepLeftOvers(Folder);
     Pipe = std::make_shared<ServedPipe>(Folder, AFile, AMode);
