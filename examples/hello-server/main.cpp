@@ -6,8 +6,6 @@
 #include <csignal>
 #include <cstdio>
 
-#include "common/Encoding.h"
-#include "common/Exceptions.h"
 #include "uZnHTTPServer.h"
 
 int main()

@@ -6,7 +6,6 @@
 #include <csignal>
 #include <cstdio>
 
-#include "common/Exceptions.h"
 #include "uZnIPHelper.h"
 
 namespace

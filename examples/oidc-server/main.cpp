@@ -9,7 +9,6 @@
 #include <csignal>
 #include <cstdio>
 
-#include "common/Exceptions.h"
 #include "uZnHTTPServer.h"
 
 namespace

@@ -10,7 +10,6 @@
 #include <string>
 #include <thread>
 
-#include "platform/messages/Messages.h"
 #include "uZnNamedPipes.h"
 
 namespace

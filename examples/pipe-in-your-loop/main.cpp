@@ -11,7 +11,6 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
-#include "platform/messages/Messages.h"
 #include "uZnNamedPipes.h"
 
 int main()

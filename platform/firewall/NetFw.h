@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/Api.h"
 #include "platform/interfaces/Interface.h"
 
 /// The result of an operation of an object. Negative: failed.
@@ -45,7 +46,7 @@ inline constexpr TGUID IID_NetFwAuthorizedApplication{"ec9846b3-2762-4a6b-a214-6
 
 /// A program of the list. An entry made by CoCreateInstance is a draft until it is added; one got by Item
 /// is in the list, and what is set is kept at once. 1168 once somebody took it out.
-class INetFwAuthorizedApplication : public virtual IInterface
+class ZN_API INetFwAuthorizedApplication : public virtual IInterface
 {
 public:
     static constexpr TGUID IID{"b5e64ffa-c2c5-444e-a301-fb5e00018050"};
@@ -63,7 +64,7 @@ public:
     virtual HRESULT put_Enabled(VARIANT_BOOL AEnabled) = 0;
 };
 
-class INetFwAuthorizedApplications : public virtual IInterface
+class ZN_API INetFwAuthorizedApplications : public virtual IInterface
 {
 public:
     static constexpr TGUID IID{"644efd52-ccf9-486c-97a2-39f352570b30"};
@@ -77,7 +78,7 @@ public:
     virtual HRESULT Item(const std::string& APath, std::shared_ptr<INetFwAuthorizedApplication>& AResult) = 0;
 };
 
-class INetFwProfile : public virtual IInterface
+class ZN_API INetFwProfile : public virtual IInterface
 {
 public:
     static constexpr TGUID IID{"174a0dda-e9f9-449d-993b-21ab667ca456"};
@@ -87,7 +88,7 @@ public:
     virtual HRESULT get_AuthorizedApplications(std::shared_ptr<INetFwAuthorizedApplications>& AResult) = 0;
 };
 
-class INetFwPolicy : public virtual IInterface
+class ZN_API INetFwPolicy : public virtual IInterface
 {
 public:
     static constexpr TGUID IID{"d46d2478-9ac9-4008-9dc7-5563ce5536cc"};
@@ -95,7 +96,7 @@ public:
     virtual HRESULT get_CurrentProfile(std::shared_ptr<INetFwProfile>& AResult) = 0;
 };
 
-class INetFwMgr : public virtual IInterface
+class ZN_API INetFwMgr : public virtual IInterface
 {
 public:
     static constexpr TGUID IID{"f7898af5-cac4-4632-a2ec-da06e5111af2"};

@@ -6,4 +6,5 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+/// An IPv6 address in network order.
 using IN6_ADDR = in6_addr;

@@ -69,9 +69,9 @@ int NumberFor(int AResolverError)
 {
     switch (AResolverError) {
     case EAI_AGAIN:
-        return 11002;
+        return WSATRY_AGAIN;
     case EAI_FAIL:
-        return 11003;
+        return WSANO_RECOVERY;
     case EAI_MEMORY:
         return ERROR_NOT_ENOUGH_MEMORY;
     case EAI_FAMILY:
@@ -83,7 +83,7 @@ int NumberFor(int AResolverError)
     case EAI_SYSTEM:
         return static_cast<int>(SocketErrorFromErrno(errno));
     default:
-        return 11001;
+        return WSAHOST_NOT_FOUND;
     }
 }
 

@@ -6,10 +6,9 @@
 
 int WSAStartup(std::uint16_t AVersion)
 {
-    constexpr int cVersionNotSupported = 10092;
     const int Major = AVersion & 0xFF;
     const int Minor = AVersion >> 8;
-    return Major > 2 || (Major == 2 && Minor >= 2) ? 0 : cVersionNotSupported;
+    return Major > 2 || (Major == 2 && Minor >= 2) ? 0 : static_cast<int>(WSAVERNOTSUPPORTED);
 }
 
 int WSACleanup()

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/Api.h"
 #include "platform/httpapi/Endpoint.h"
 
 namespace Zn
@@ -21,7 +22,7 @@ public:
 
     /// In the place of the connection that there was. After a failure there is none.
     std::uint32_t Connect(const Endpoint& ATarget, std::chrono::milliseconds ATimeout);
-    void Close();
+    ZN_API void Close();
     bool IsOpen() const { return FFd >= 0; }
 
     /// True when there are bytes to read, or the other side has closed, within the time.

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <cstdlib>
-#include <filesystem>
 #include <string>
+
+#include "tests/support/TemporaryFolder.h"
 
 namespace Zn
 {
@@ -11,25 +12,15 @@ namespace Zn
 class TemporaryPipes
 {
 public:
-    TemporaryPipes()
-    {
-        std::string Pattern = (std::filesystem::temp_directory_path() / "zn-pipes-XXXXXX").string();
-        FFolder = mkdtemp(Pattern.data());
-        setenv("ZN_PIPE_DIR", FFolder.c_str(), 1);
-    }
-    ~TemporaryPipes()
-    {
-        unsetenv("ZN_PIPE_DIR");
-        std::error_code Ignored;
-        std::filesystem::remove_all(FFolder, Ignored);
-    }
+    TemporaryPipes() { setenv("ZN_PIPE_DIR", Folder().c_str(), 1); }
+    ~TemporaryPipes() { unsetenv("ZN_PIPE_DIR"); }
     TemporaryPipes(const TemporaryPipes&) = delete;
     TemporaryPipes& operator=(const TemporaryPipes&) = delete;
 
-    const std::string& Folder() const { return FFolder; }
+    const std::string& Folder() const { return FFolder.Path().native(); }
 
 private:
-    std::string FFolder;
+    TemporaryFolder FFolder;
 };
 
 } // namespace Zn

@@ -32,7 +32,7 @@ protected:
             AArguments.insert(AArguments.end(), {"--endpoint", Endpoint});
         return RunProgram(AArguments);
     }
-    TFolder Folder;
+    TemporaryFolder Folder;
     std::string Endpoint;
 };
 
@@ -66,7 +66,7 @@ TEST_F(AmazonCommands, MoveFilesToStorageAndBack)
 
 TEST_F(AmazonCommands, TellWhatTheServiceRefuses)
 {
-    const TFolder Keys;
+    const TemporaryFolder Keys;
     {
         TPeer Peer({"signature-check.mjs"}, "CLOCK_OFFSET=3600");
         ZN_PEER_PORT(Port, Peer);

@@ -1,11 +1,6 @@
 #include "tests/integration/amazon/Peers.h"
 
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
-
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 namespace Zn
 {
@@ -23,32 +18,6 @@ std::vector<std::string> NodeCommand(std::vector<std::string> AArguments, const 
 }
 
 } // namespace
-
-TFolder::TFolder()
-{
-    std::string Name = (std::filesystem::temp_directory_path() / "zn-amazon-XXXXXX").string();
-    if (mkdtemp(Name.data()) == nullptr)
-        throw std::runtime_error("mkdtemp failed");
-    FPath = Name;
-}
-
-TFolder::~TFolder()
-{
-    std::error_code Ignored;
-    std::filesystem::remove_all(FPath, Ignored);
-}
-
-std::string TFolder::Write(const std::string& AName, const std::string& AText) const
-{
-    std::ofstream(FPath / AName, std::ios::binary) << AText;
-    return Path(AName);
-}
-
-std::string TFolder::Read(const std::string& AName) const
-{
-    std::ifstream File(FPath / AName, std::ios::binary);
-    return {std::istreambuf_iterator<char>(File), {}};
-}
 
 TPeer::TPeer(std::vector<std::string> AArguments, const std::string& AEnvironment)
     : FProcess(NodeCommand(std::move(AArguments), AEnvironment))

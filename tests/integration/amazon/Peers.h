@@ -7,28 +7,12 @@
 #include <vector>
 
 #include "tests/integration/zn/ChildProcess.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace Zn
 {
 
 inline constexpr std::chrono::seconds cPatience{30};
-
-/// A folder that goes with its holder.
-class TFolder
-{
-public:
-    TFolder();
-    ~TFolder();
-    TFolder(const TFolder&) = delete;
-    TFolder& operator=(const TFolder&) = delete;
-
-    std::string Path(const std::string& AName) const { return (FPath / AName).string(); }
-    std::string Write(const std::string& AName, const std::string& AText) const;
-    std::string Read(const std::string& AName) const;
-
-private:
-    std::filesystem::path FPath;
-};
 
 /// A program of tests/peers that says where it listens.
 class TPeer

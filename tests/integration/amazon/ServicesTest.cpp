@@ -23,7 +23,7 @@ std::unique_ptr<TZnAmazonClient> ClientFor(const std::string& AService, std::uin
 
 TEST(AmazonServices, StorageKeepsListsAndGivesObjects)
 {
-    const TFolder Folder;
+    const TemporaryFolder Folder;
     TPeer Peer({"storage.mjs", Folder.Path("data")});
     ZN_PEER_PORT(Port, Peer);
     const auto Client = ClientFor("s3", Port);

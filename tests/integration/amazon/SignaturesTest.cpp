@@ -97,7 +97,7 @@ TEST(Signatures, OfPresignedURLsToo)
 
 TEST(Signatures, AreCheckedOverHttpsToo)
 {
-    const TFolder Folder;
+    const TemporaryFolder Folder;
     const TOutcome Made =
         RunProgram({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
                     "-nodes", "-keyout", Folder.Path("key.pem"), "-out", Folder.Path("cert.pem"), "-days",
@@ -151,7 +151,7 @@ TEST(Signatures, AreWhatASecondSignerMakesOfThem)
             Expected.push_back("another one");
         }
     }
-    const TFolder Folder;
+    const TemporaryFolder Folder;
     const TOutcome Outcome = RunProgram({"sh", "-c",
                                          "exec /usr/bin/python3 '" ZN_PEERS "/sign-again.py' < '" +
                                              Folder.Write("requests", Requests) + "'"});

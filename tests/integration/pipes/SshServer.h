@@ -50,7 +50,9 @@ public:
     void Start()
     {
         mkdir("/run/sshd", 0755); // where it locks its children in; there already on a system that runs one
-        FProcess = Spawn({cProgram, "-D", "-e", "-f", FFolder + "/config"});
+        std::vector<std::string> Command = FMounts;
+        Command.insert(Command.end(), {cProgram, "-D", "-e", "-f", FFolder + "/config"});
+        FProcess = Spawn(Command);
         for (int Turn = 0; Turn < 1000 && !Answers(); ++Turn)
             usleep(10000);
     }
@@ -62,6 +64,25 @@ public:
             waitpid(FProcess, nullptr, 0);
         }
         FProcess = -1;
+    }
+    /// Starts anew with one more user, whom nobody but this sshd knows: it has the user files in a mount
+    /// namespace of its own. False where that isn't allowed.
+    bool RestartWithUser(const std::string& AName, const std::string& APassword)
+    {
+        std::filesystem::copy_file("/etc/passwd", FFolder + "/passwd");
+        std::ofstream(FFolder + "/passwd", std::ios::app) << AName << ":x:64999:64999::/:/bin/sh\n";
+        Run({"sh", "-c",
+             "umask 077; printf '%s:%s:20000::::::\\n' " + AName + " \"$(openssl passwd -6 " + APassword +
+                 ")\" >" + FFolder + "/shadow"});
+        FMounts = {"unshare",
+                   "--mount",
+                   "sh",
+                   "-c",
+                   "mount --bind $0/passwd /etc/passwd && mount --bind $0/shadow /etc/shadow && exec \"$@\"",
+                   FFolder};
+        Stop();
+        Start();
+        return kill(FProcess, 0) == 0 && Answers();
     }
     /// Makes the file of known hosts say that this is the host's key.
     void KnowHost(const std::string& APublicKey) const
@@ -121,6 +142,7 @@ private:
 
     const std::string FFolder;
     const int FPort;
+    std::vector<std::string> FMounts; // a command that runs the rest behind its mounts; empty: none
     pid_t FProcess = -1;
 };
 

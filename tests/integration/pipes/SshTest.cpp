@@ -111,6 +111,24 @@ TEST_F(RemotePipe, LogsOnWithPasswordOrKeyAndTellsARefusal)
     EXPECT_TRUE(RaisedBy([&] { Client.Connect(cLimit); }).starts_with("EZnNamedPipeConnectError 5 "));
 }
 
+TEST_F(RemotePipe, LogsOnByPasswordWhereTheHostTakesIt)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can give sshd a user of its own";
+    Serve();
+    ASSERT_TRUE(Ssh->RestartWithUser("zn-visitor", "open-sesame"));
+    std::filesystem::permissions(Pipes.Folder(),
+                                 std::filesystem::perms(0755)); // the visitor has to reach the socket
+    unsetenv("ZN_PIPE_SSH_IDENTITY");
+    Client.SetUserName("zn-visitor");
+    Client.SetPassword("open-barley");
+    EXPECT_TRUE(RaisedBy([&] { Client.Connect(cLimit); }).starts_with("EZnNamedPipeConnectError 1326 "));
+    EXPECT_FALSE(ServerLog.Has("connected"));
+    Client.SetPassword("open-sesame");
+    Connect();
+    EXPECT_EQ(Client.SendCmd("who", cLimit), "re who");
+}
+
 TEST_F(RemotePipe, ComesBackBehindAServerThatWentAway)
 {
     Serve();

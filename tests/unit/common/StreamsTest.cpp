@@ -9,28 +9,12 @@
 #include <unistd.h>
 
 #include "common/Exceptions.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace
 {
 
-/// A folder that goes with the test.
-class TestFolder
-{
-public:
-    TestFolder()
-    {
-        std::string Name = testing::TempDir() + "zn-streams-XXXXXX";
-        FPath = mkdtemp(Name.data());
-    }
-    ~TestFolder() { std::filesystem::remove_all(FPath); }
-    TestFolder(const TestFolder&) = delete;
-    TestFolder& operator=(const TestFolder&) = delete;
-
-    std::string File(const std::string& AName) const { return FPath + "/" + AName; }
-
-private:
-    std::string FPath;
-};
+using Zn::TemporaryFolder;
 
 std::string Content(TStream& AStream)
 {
@@ -45,7 +29,7 @@ void WriteText(TStream& AStream, std::string_view AText)
 struct Kind
 {
     const char* Name;
-    std::function<std::unique_ptr<TStream>(const TestFolder&)> Make;
+    std::function<std::unique_ptr<TStream>(const TemporaryFolder&)> Make;
 };
 
 void PrintTo(const Kind& AKind, std::ostream* AOut)
@@ -57,7 +41,7 @@ void PrintTo(const Kind& AKind, std::ostream* AOut)
 class AnyStream : public testing::TestWithParam<Kind>
 {
 protected:
-    TestFolder FFolder;
+    TemporaryFolder FFolder;
     std::unique_ptr<TStream> FStream = GetParam().Make(FFolder);
 };
 
@@ -143,11 +127,12 @@ TEST_P(AnyStream, GivesItsBytesForReading)
 
 INSTANTIATE_TEST_SUITE_P(
     Streams, AnyStream,
-    testing::Values(Kind{"Memory", [](const TestFolder&) { return std::make_unique<TZnMemoryStream>(16); }},
-                    Kind{"Text", [](const TestFolder&) { return std::make_unique<TZnStringStream>(); }},
+    testing::Values(Kind{"Memory",
+                         [](const TemporaryFolder&) { return std::make_unique<TZnMemoryStream>(16); }},
+                    Kind{"Text", [](const TemporaryFolder&) { return std::make_unique<TZnStringStream>(); }},
                     Kind{"File",
-                         [](const TestFolder& AFolder) {
-                             return std::make_unique<TFileStream>(AFolder.File("stream"), fmCreate);
+                         [](const TemporaryFolder& AFolder) {
+                             return std::make_unique<TFileStream>(AFolder.Path("stream"), fmCreate);
                          }}),
     [](const auto& AInfo) { return std::string(AInfo.param.Name); });
 
@@ -204,8 +189,8 @@ TEST(StringStream, TextIsInTheCodePage)
 
 TEST(FileStream, TellsWhyItDoesNotOpen)
 {
-    TestFolder Folder;
-    const std::string Missing = Folder.File("missing");
+    TemporaryFolder Folder;
+    const std::string Missing = Folder.Path("missing");
     try {
         TFileStream Stream(Missing, fmOpenRead | fmShareDenyNone);
         FAIL();
@@ -213,33 +198,33 @@ TEST(FileStream, TellsWhyItDoesNotOpen)
         EXPECT_EQ(Error.Message(),
                   "Cannot open file \"" + Missing + "\". The system cannot find the file specified.");
     }
-    EXPECT_THROW(TFileStream(Folder.File("missing"), fmOpenWrite), EFileNotFoundException);
-    EXPECT_THROW(TFileStream(Folder.File(""), fmOpenRead), EFOpenError);
-    EXPECT_THROW(TFileStream(Folder.File("no/such/folder"), fmCreate), EFCreateError);
+    EXPECT_THROW(TFileStream(Folder.Path("missing"), fmOpenWrite), EFileNotFoundException);
+    EXPECT_THROW(TFileStream(Folder.Path(""), fmOpenRead), EFOpenError);
+    EXPECT_THROW(TFileStream(Folder.Path("no/such/folder"), fmCreate), EFCreateError);
 }
 
 TEST(FileStream, ModesGiveTheirRightsOnly)
 {
-    TestFolder Folder;
+    TemporaryFolder Folder;
     char Byte = 'z';
     {
-        TFileStream Created(Folder.File("f"), fmCreate);
+        TFileStream Created(Folder.Path("f"), fmCreate);
         WriteText(Created, "abc");
         Created.SetPosition(0);
         EXPECT_EQ(Created.Read(&Byte, 1), 1);
     }
     {
-        TFileStream Reader(Folder.File("f"), fmOpenRead | fmShareDenyNone);
+        TFileStream Reader(Folder.Path("f"), fmOpenRead | fmShareDenyNone);
         EXPECT_EQ(Reader.GetSize(), 3);
         EXPECT_THROW(Reader.WriteBuffer(&Byte, 1), EWriteError);
     }
     {
-        TFileStream Writer(Folder.File("f"), fmOpenWrite);
+        TFileStream Writer(Folder.Path("f"), fmOpenWrite);
         EXPECT_EQ(Writer.Read(&Byte, 1), 0);
         WriteText(Writer, "X");
     }
-    TFileStream Both(Folder.File("f"), fmOpenReadWrite);
+    TFileStream Both(Folder.Path("f"), fmOpenReadWrite);
     EXPECT_EQ(Content(Both), "Xbc");
-    TFileStream Emptied(Folder.File("f"), fmCreate);
+    TFileStream Emptied(Folder.Path("f"), fmCreate);
     EXPECT_EQ(Both.GetSize(), 0);
 }

@@ -9,6 +9,7 @@
 
 #include "common/Memory.h"
 #include "common/Set.h"
+#include "tests/support/TemporaryFolder.h"
 
 TEST(System, FileSizeIsThatOfFilesOnly)
 {
@@ -24,12 +25,10 @@ TEST(System, FileSizeIsThatOfFilesOnly)
 
 TEST(System, OnlyWebAddressesReachTheBrowser)
 {
-    std::string Folder = testing::TempDir() + "zn-browser-XXXXXX";
-    ASSERT_NE(mkdtemp(Folder.data()), nullptr);
-    const std::string Fifo = Folder + "/seen";
+    const Zn::TemporaryFolder Folder;
+    const std::string Fifo = Folder.Path("seen");
     ASSERT_EQ(std::system(("mkfifo " + Fifo).c_str()), 0);
-    const std::string Browser = Folder + "/browser";
-    std::ofstream(Browser) << "#!/bin/sh\nprintf '%s' \"$1\" > " << Fifo << "\n";
+    const std::string Browser = Folder.Write("browser", "#!/bin/sh\nprintf '%s' \"$1\" > " + Fifo + "\n");
     std::filesystem::permissions(Browser, std::filesystem::perms::owner_all);
     setenv("BROWSER", ("/no/such/browser:" + Browser).c_str(), 1);
 
@@ -40,7 +39,6 @@ TEST(System, OnlyWebAddressesReachTheBrowser)
     std::getline(std::ifstream(Fifo), Seen); // opens when the browser does
     EXPECT_EQ(Seen, "HTTPS://host/a?b=$(c)&d='e'");
     unsetenv("BROWSER");
-    std::filesystem::remove_all(Folder);
 }
 
 TEST(Memory, BlockLiesAtAnyAddressAndKeepsItsBytes)

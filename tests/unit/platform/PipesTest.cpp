@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <thread>
 
@@ -344,6 +345,9 @@ TEST(Pipes, RefusedNamesFoldersAndModes)
     const Closing Server{MakeInstance(Long.c_str())};
     const Closing Client{OpenClient(Long.c_str())};
     EXPECT_NE(Client.Handle, INVALID_HANDLE_VALUE);
+    std::ofstream(Pipes.Folder() + "/test") << "precious";
+    EXPECT_EQ(MakeError(cName), ERROR_ALREADY_EXISTS);
+    EXPECT_TRUE(std::filesystem::is_regular_file(Pipes.Folder() + "/test"));
     setenv("ZN_PIPE_DIR", "/proc/nowhere", 1);
     EXPECT_EQ(MakeError(cName), ERROR_PATH_NOT_FOUND);
     setenv("ZN_PIPE_DIR", Pipes.Folder().c_str(), 1);

@@ -49,7 +49,7 @@ TEST(WinHttpBinding, RefusesArgumentsThatDontFit)
     std::uint32_t Size = 0;
     EXPECT_THROW(WinHttpQueryHeaders(nullptr, 65535, nullptr, Size), EZnWinHTTPInvalidArgument);
     EXPECT_THROW(WinHttpAddRequestHeaders(nullptr, std::string_view("a\0b", 3), {mfAdd}, true),
-                 EZnWinHTTPInvalidArgument);
+                 EZnHTTPInvalidArgument);
     EXPECT_TRUE(Script.TakeCalls().empty());
 }
 

@@ -17,6 +17,7 @@
 
 #include "common/Component.h"
 #include "common/StringList.h"
+#include "platform/Api.h"
 #include "uZnAmazonClient/Credentials.h"
 #include "uZnAmazonClient/Endpoint.h"
 #include "uZnAmazonClient/ErrorAnswer.h"
@@ -39,9 +40,10 @@ struct TSigner;
 /// the
 ///            status and the service's answer, which ZnReadAmazonError reads. A body that can't seek raises
 ///            its own exception. Settings aren't checked: with wrong ones the service refuses.
-class TZnAmazonClient : public TComponent
+class ZN_API TZnAmazonClient : public TComponent
 {
 public:
+    /// Parameters of a URL, in order.
     using TParams = std::vector<TNameValuePair>;
     using TParamTexts = std::vector<std::string>; // "name=value" each
 
@@ -57,6 +59,7 @@ public:
     /// TargetPrefix and ContentType as well; any other leaves them. Only "s3" in lower case has buckets.
     const std::string& GetService() const { return FService; }
     void SetService(const std::string& AValue);
+    /// The key's name, which is no secret.
     const std::string& GetAccessKeyID() const { return FAccessKeyID; }
     void SetAccessKeyID(const std::string& AValue) { FAccessKeyID = AValue; }
     /// The secret.
@@ -110,18 +113,25 @@ public:
     void SetRetryDelay(std::chrono::milliseconds AValue) { FRetryDelay = AValue; }
 
     // The client's own settings and events, forwarded. Its OnRequest is this component's: see SetOnRequest.
+    /// The client's: who sends cookies. Makes a client where there is none, as all of these do.
     TZnHTTPCookieHandling GetCookieHandling() { return Client().GetCookieHandling(); }
     void SetCookieHandling(TZnHTTPCookieHandling AValue) { Client().SetCookieHandling(AValue); }
+    /// The client's: what of a server's certificate is forgiven.
     TZnHTTPSecurityFlags GetSecurityFlags() { return Client().GetSecurityFlags(); }
     void SetSecurityFlags(TZnHTTPSecurityFlags AValue) { Client().SetSecurityFlags(AValue); }
+    /// The client's: for the proxy.
     TZnCredentials& GetProxyCredentials() { return Client().GetProxyCredentials(); }
     void SetProxyCredentials(const TZnCredentials* AValue) { Client().SetProxyCredentials(AValue); }
+    /// The client's: how long it waits, in ms.
     TZnHTTPTimeOuts& GetTimeOuts() { return Client().GetTimeOuts(); }
     void SetTimeOuts(const TZnHTTPTimeOuts* AValue) { Client().SetTimeOuts(AValue); }
+    /// The client's: a piece of a body was read.
     TZnHTTPProgress GetOnProgress() { return Client().GetOnProgress(); }
     void SetOnProgress(TZnHTTPProgress AValue) { Client().SetOnProgress(std::move(AValue)); }
+    /// The client's: the first send failed.
     TZnHTTPOnRequestError GetOnRequestError() { return Client().GetOnRequestError(); }
     void SetOnRequestError(TZnHTTPOnRequestError AValue) { Client().SetOnRequestError(std::move(AValue)); }
+    /// The client's: the head of a response is in.
     TZnHTTPOnResponse GetOnResponse() { return Client().GetOnResponse(); }
     void SetOnResponse(TZnHTTPOnResponse AValue) { Client().SetOnResponse(std::move(AValue)); }
 
@@ -165,6 +175,7 @@ public:
     std::int64_t Get(const std::string& ATarget, const std::string& AResource, const TParamTexts& AParams,
                      TStream& AData);
 
+    /// Sends DELETE; what the service answers is dropped, a status other than 2xx raises.
     void Delete(const std::string& ATarget);
     void Delete(const std::string& ATarget, const std::string& AResource);
     void Delete(const std::string& AResource, const TParamTexts& AParams);
@@ -198,10 +209,12 @@ public:
     /// The lines that are signed. Adds X-Amz-Date to the request where it has none.
     std::unique_ptr<TStringList> CreateCanonicalRequest(const std::shared_ptr<IZnHTTPRequest>& ARequest,
                                                         std::string& ADate, std::string& ASignedHeaders);
+    /// The string to sign: algorithm, date, credential scope, and the hash of the canonical request.
     std::string CalculateStringToSign(const TStringList& ACanonicalRequest, const std::string& ADate) const;
     /// Adds Authorization to the request.
     void SignRequest(const std::shared_ptr<IZnHTTPRequest>& ARequest, const std::string& ADate,
                      const std::string& ASignedHeaders, const std::string& AStringToSign) const;
+    /// Signs a request, then fires OnRequest.
     void BeforeSendRequest(TObject* Sender, const std::shared_ptr<IZnHTTPRequest>& ARequest);
 
 protected:

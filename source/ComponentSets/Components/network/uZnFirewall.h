@@ -12,20 +12,21 @@
 #include <memory>
 #include <string>
 
+#include "platform/Api.h"
 #include "platform/firewall/NetFw.h"
 #include "uZnFirewall/OleCheck.h"
 
 /// The firewall's manager object.
-std::shared_ptr<INetFwMgr> ZnWindowsFirewall();
+ZN_API std::shared_ptr<INetFwMgr> ZnWindowsFirewall();
 
 /// True when the host filters what comes in. False as well where there is no manager to ask.
-bool ZnWindowsFirewallEnabled();
+ZN_API bool ZnWindowsFirewallEnabled();
 
 /// APath is a program's full path in all three. True when it is in the list and enabled.
-bool ZnWindowsFirewallAppIsEnabled(const std::string& APath);
+ZN_API bool ZnWindowsFirewallAppIsEnabled(const std::string& APath);
 
 /// Enables the program's entry, or adds one for the local subnet. True.
-bool ZnWindowsFirewallEnableApp(const std::string& APath);
+ZN_API bool ZnWindowsFirewallEnableApp(const std::string& APath);
 
 /// Nothing happens where the program isn't listed.
-void ZnWindowsFirewallRemoveApp(const std::string& APath);
+ZN_API void ZnWindowsFirewallRemoveApp(const std::string& APath);

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/Api.h"
 #include "platform/httpapi/Httpapi.h"
 
 /// The header fields of a request or response that have no place of their own, in wire order.
@@ -14,4 +15,4 @@ using THTTP_UNKNOWN_HEADERS = std::vector<THTTP_UNKNOWN_HEADER>;
 
 /// Names of the request headers by THTTP_HEADER_ID, without hyphens ("AcceptLanguage"); the last
 /// entry, "RequestMaximum", is the count.
-extern const std::array<std::string_view, HttpHeaderRequestMaximum + 1> HTTP_KNOWN_REQUEST_HEADERS;
+ZN_API extern const std::array<std::string_view, HttpHeaderRequestMaximum + 1> HTTP_KNOWN_REQUEST_HEADERS;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/Api.h"
 #include "uZnTCPClient/ClientSocket.h"
 #include "uZnTCPClient/SocketStream.h"
 
@@ -18,7 +19,7 @@
 /// Errors:    a failure of the connection raises ESocketError and disconnects; the next call connects
 ///            anew. EZnSocketWaitForData: no answer within TimeOut, the connection stays.
 ///            EZnSocketNotAllDataRetrieved: the other side closed within the answer.
-class TZnTCPClient : public TClientSocket
+class ZN_API TZnTCPClient : public TClientSocket
 {
 public:
     explicit TZnTCPClient(TComponent* AOwner = nullptr);
@@ -32,7 +33,9 @@ public:
     std::int64_t GetMaxAnswerLength() const { return FMaxAnswerLength; }
     void SetMaxAnswerLength(std::int64_t AValue) { FMaxAnswerLength = AValue; }
 
+    /// Connects now instead of at the first send. Raises ESocketError.
     void Connect() { SetActive(true); }
+    /// Closes the connection; the next call makes a new one.
     void Disconnect() { SetActive(false); }
 
     /// Sends all bytes.

@@ -10,23 +10,25 @@
 
 #include <cstdint>
 
+#include "platform/Api.h"
 #include "platform/wlan/Wlan.h"
 
 /// Whether the library could be loaded. Asked again at each call until it can.
-bool WlanAvailable();
+ZN_API bool WlanAvailable();
 
 /// A client's handle; close it with WlanCloseHandle.
-std::uint32_t WlanOpenHandle(std::uint32_t& ANegotiatedVersion);
+ZN_API std::uint32_t WlanOpenHandle(std::uint32_t& ANegotiatedVersion);
 /// 0, or the library's number.
-std::uint32_t WlanCloseHandle(std::uint32_t AHandle);
+ZN_API std::uint32_t WlanCloseHandle(std::uint32_t AHandle);
 
 /// The caller's: give it back with WlanFreeMemory.
-PWLAN_INTERFACE_INFO_LIST WlanEnumInterfaces(std::uint32_t AHandle);
-void WlanFreeMemory(void* AMemory);
+ZN_API PWLAN_INTERFACE_INFO_LIST WlanEnumInterfaces(std::uint32_t AHandle);
+/// Frees a list that WlanEnumInterfaces gave.
+ZN_API void WlanFreeMemory(void* AMemory);
 
 /// Asks an interface to look for networks: for one by its name, or for all without ASsid. AData: information
 /// elements to send along; mostly nullptr. The scan goes on after the call.
-void WlanScan(std::uint32_t AHandle, const TGUID* AInterface, PDOT11_SSID ASsid, PWLAN_RAW_DATA AData);
+ZN_API void WlanScan(std::uint32_t AHandle, const TGUID* AInterface, PDOT11_SSID ASsid, PWLAN_RAW_DATA AData);
 
 namespace Zn
 {

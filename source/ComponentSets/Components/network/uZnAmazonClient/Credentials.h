@@ -4,14 +4,19 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Api.h"
+
 /// An access key with what belongs to it. AccessKey and SessionToken are secrets: never to be logged.
 struct TZnAmazonCredentials
 {
+    /// The key's name.
     std::string AccessKeyID;
+    /// The secret.
     std::string AccessKey;
     std::string SessionToken; // of temporary keys; empty for others
     std::string Region;       // empty where the source names none
 
+    /// There is a key with its secret.
     bool IsComplete() const { return !AccessKeyID.empty() && !AccessKey.empty(); }
 };
 
@@ -22,7 +27,7 @@ struct TZnAmazonCredentials
 ///
 /// Nothing where no source has both keys. Raises Exception for a file longer than 1 MiB, and EFOpenError for
 /// one that may not be read.
-std::optional<TZnAmazonCredentials> ZnLoadAmazonCredentials(const std::string& AProfile = {});
+ZN_API std::optional<TZnAmazonCredentials> ZnLoadAmazonCredentials(const std::string& AProfile = {});
 
 namespace Zn
 {

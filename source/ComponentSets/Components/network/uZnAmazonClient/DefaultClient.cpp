@@ -1,10 +1,12 @@
 #include "uZnAmazonClient/DefaultClient.h"
 
 #include "uZnWinHTTP.h"
+#include "uZnWinINet.h"
 
 std::unique_ptr<TComponent> Zn::MakeDefaultClient()
 {
-    auto Result = std::make_unique<TZnWinHTTPClient>(nullptr);
+    auto Result = std::make_unique<TZnWinINetClient>(nullptr);
+    Result->SetDisableCache(true);
     Result->SetRedirectPolicy(rdpNever);
     return Result;
 }

@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Api.h"
+
 /// What a service says of a failed request, read from the body of its answer.
 struct TZnAmazonError
 {
@@ -13,4 +15,4 @@ struct TZnAmazonError
 };
 
 /// Reads the XML of the older services ("<Code>") and the JSON of the others ("__type", "message").
-TZnAmazonError ZnReadAmazonError(std::string_view ABody);
+ZN_API TZnAmazonError ZnReadAmazonError(std::string_view ABody);

@@ -6,17 +6,21 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/Api.h"
+
 /// A parameter by its name.
 struct TNameValuePair
 {
+    /// Not encoded.
     std::string Name;
+    /// Not encoded.
     std::string Value;
 
     bool operator==(const TNameValuePair&) const = default;
 };
 
 /// Each text is cut at its first "="; without one it is a name with an empty value.
-std::vector<TNameValuePair> CreateParams(const std::vector<std::string>& AParams);
+ZN_API std::vector<TNameValuePair> CreateParams(const std::vector<std::string>& AParams);
 
 /// How requests are written and signed.
 enum TZnAmazonCanonicalForm {

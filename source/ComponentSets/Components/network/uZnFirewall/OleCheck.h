@@ -3,10 +3,11 @@
 #include <string>
 
 #include "common/Exceptions.h"
+#include "platform/Api.h"
 #include "platform/firewall/NetFw.h"
 
 /// An object's operation failed; the error code is its HRESULT.
-class EOleSysError : public EZnException
+class ZN_API EOleSysError : public EZnException
 {
 public:
     using EZnException::EZnException;
@@ -14,4 +15,4 @@ public:
 };
 
 /// Raises EOleSysError for a negative result.
-void OleCheck(HRESULT AResult);
+ZN_API void OleCheck(HRESULT AResult);

@@ -3,11 +3,12 @@
 #include <string>
 
 #include "common/Exceptions.h"
+#include "platform/Api.h"
 #include "uZnHTTPBase/StatusTexts.h"
 #include "uZnHTTPBase/Vocabulary.h"
 
 /// A wrong argument, told before anything was sent.
-class EZnHTTPInvalidArgument : public Exception
+class ZN_API EZnHTTPInvalidArgument : public Exception
 {
 public:
     using Exception::Exception;
@@ -16,7 +17,7 @@ public:
 
 /// A failure with an HTTP status: raised by a handler, it becomes the response's status line and
 /// page. The error code is the status.
-class EZnHTTPException : public EZnException
+class ZN_API EZnHTTPException : public EZnException
 {
 public:
     using EZnException::EZnException;
@@ -31,9 +32,10 @@ public:
 };
 
 /// For handlers: 403.
-class EZnHTTPForbidden : public EZnHTTPException
+class ZN_API EZnHTTPForbidden : public EZnHTTPException
 {
 public:
+    /// AMsg goes into the page, AErrorCode is the status.
     explicit EZnHTTPForbidden(std::string AMsg = HttpStatusMsg(403), int AErrorCode = 403)
         : EZnHTTPException(std::move(AMsg), AErrorCode)
     {
@@ -42,9 +44,10 @@ public:
 };
 
 /// For handlers: 404.
-class EZnHTTPNotFound : public EZnHTTPException
+class ZN_API EZnHTTPNotFound : public EZnHTTPException
 {
 public:
+    /// AMsg goes into the page, AErrorCode is the status.
     explicit EZnHTTPNotFound(std::string AMsg = HttpStatusMsg(404), int AErrorCode = 404)
         : EZnHTTPException(std::move(AMsg), AErrorCode)
     {
@@ -53,9 +56,10 @@ public:
 };
 
 /// A call of the platform that failed, with the name of the function and the platform's number.
-class EZnHTTPApiException : public EZnException
+class ZN_API EZnHTTPApiException : public EZnException
 {
 public:
+    /// The function, the text and the platform's number.
     EZnHTTPApiException(std::string AApiFuncName, std::string AMsg, int AErrorCode)
         : EZnException(std::move(AMsg), AErrorCode), FApiFuncName(std::move(AApiFuncName))
     {
@@ -66,6 +70,7 @@ public:
     static EZnHTTPApiException CreateFmt(std::string AApiFuncName, int AErrorCode, const char* AFormat, ...)
         ZN_PRINTF_LIKE(3, 4);
 
+    /// The function of the platform that failed.
     const std::string& GetApiFuncName() const { return FApiFuncName; }
 
 private:

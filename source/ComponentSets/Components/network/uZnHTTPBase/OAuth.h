@@ -7,10 +7,11 @@
 #include "common/Locks.h"
 #include "common/StringList.h"
 #include "common/ThreadAnnotations.h"
+#include "platform/Api.h"
 #include "uZnHTTPBase/Vocabulary.h"
 
 /// A bearer token and the moment from which on it is of no use.
-class TZnOAuthAccessToken
+class ZN_API TZnOAuthAccessToken
 {
 public:
     /// No token.
@@ -18,6 +19,7 @@ public:
     /// AExpiresIn counts seconds from now.
     static TZnOAuthAccessToken Create(std::string AToken, std::uint32_t AExpiresIn);
 
+    /// The token itself: a secret. Empty: none.
     const std::string& GetToken() const { return FToken; }
     /// On the millisecond counter of GetTickCount64, which doesn't wrap.
     std::uint64_t GetExpiresOn() const { return FExpiresOn; }
@@ -37,21 +39,27 @@ private:
 ///            client that holds it is under way.
 /// Ownership: owns its lists; setters copy.
 /// Errors:    none.
-class TZnOAuth : public TPersistent
+class ZN_API TZnOAuth : public TPersistent
 {
 public:
     TZnOAuth();
 
+    /// The client id by which the provider knows the application; required.
     const std::string& GetAppID() const { return FAppID; }
     void SetAppID(std::string AValue) { FAppID = std::move(AValue); }
+    /// Sent when there is one; in no log and no error text.
     const std::string& GetClientSecret() const { return FClientSecret; }
     void SetClientSecret(std::string AValue) { FClientSecret = std::move(AValue); }
+    /// Where the browser comes back to: "http://localhost:PORT/NAME", or 127.0.0.1.
     const std::string& GetRedirectURI() const { return FRedirectURI; }
     void SetRedirectURI(std::string AValue) { FRedirectURI = std::move(AValue); }
+    /// The provider's page for the user.
     const std::string& GetAuthEndpoint() const { return FAuthEndpoint; }
     void SetAuthEndpoint(std::string AValue) { FAuthEndpoint = std::move(AValue); }
+    /// Where codes, passwords and refresh tokens are exchanged for access tokens.
     const std::string& GetTokenEndpoint() const { return FTokenEndpoint; }
     void SetTokenEndpoint(std::string AValue) { FTokenEndpoint = std::move(AValue); }
+    /// What the token is to be good for; sent when it isn't empty.
     const std::string& GetScope() const { return FScope; }
     void SetScope(std::string AValue) { FScope = std::move(AValue); }
 
@@ -59,6 +67,7 @@ public:
     TZnOAuthGrantType GetGrantType() const { return FGrantType; }
     void SetGrantType(TZnOAuthGrantType AValue) { FGrantType = AValue; }
 
+    /// The present token, expired or not. Any thread.
     TZnOAuthAccessToken GetAccessToken() const;
     /// AExpiresIn counts seconds.
     void SetAccessToken(std::string AAccessToken, std::uint32_t AExpiresIn);

@@ -3,5 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/Api.h"
+
 /// The reason phrase for a status code; empty for a code that the library doesn't know.
-std::string HttpStatusMsg(std::uint32_t AStatus);
+ZN_API std::string HttpStatusMsg(std::uint32_t AStatus);

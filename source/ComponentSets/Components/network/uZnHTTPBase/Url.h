@@ -4,10 +4,12 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/Api.h"
+
 /// A URL taken apart. Percent escapes stay as they were written.
 ///
 /// For "http://user:pw@h:8080/a/b/c.txt?x=1#f":
-struct TZnURLData
+struct ZN_API TZnURLData
 {
     std::string URL;         // the input text
     std::string Scheme;      // "http", as written; "http" too when the URL has no "//"
@@ -35,8 +37,8 @@ struct TZnURLData
 ///
 /// AURL must not be empty (asserted). A text that is no URL, such as one with a port that is no
 /// number, raises EInvalidArgument. A port above 65535 is cut to its low 16 bits.
-TZnURLData ZnDecodeURL(const std::string& AURL);
+ZN_API TZnURLData ZnDecodeURL(const std::string& AURL);
 
 /// The same over ALength bytes in a code page, 1200 for UTF-16. ALength is at least 1 (asserted);
 /// the bytes need no alignment. URL becomes the whole text in UTF-8.
-TZnURLData ZnDecodeURL(const void* AData, int ALength, std::uint32_t ACodePage);
+ZN_API TZnURLData ZnDecodeURL(const void* AData, int ALength, std::uint32_t ACodePage);

@@ -10,8 +10,10 @@
 
 // Ordinals are used as set bits and table indexes: values are added at the end, never moved.
 
+/// The version in a request line.
 enum TZnHTTPVersion : std::uint8_t { HTTP1_0, HTTP1_1 };
 
+/// The methods of RFC 9110 and PATCH (RFC 5789).
 enum TZnHTTPMethod : std::uint8_t {
     httpTRACE,
     httpCONNECT,
@@ -27,6 +29,7 @@ enum TZnHTTPMethod : std::uint8_t {
 /// Content coding. Scoped, since zlib has a function of the name deflate.
 enum class TZnHTTPCompression : std::uint8_t { identity, deflate };
 
+/// Who asks, or how credentials are offered.
 enum TZnHTTPAuthentication : std::uint8_t {
     authNone,
     authBasic,
@@ -53,12 +56,14 @@ template <TZnHTTPMethod AFirst, TZnHTTPMethod ALast>
 class TZnHTTPMethodRange
 {
 public:
+    /// Made from a method where one is wanted; another one is an assertion.
     constexpr TZnHTTPMethodRange(TZnHTTPMethod AMethod) : FMethod(AMethod)
     {
         if (AMethod < AFirst || AMethod > ALast) {
             ZnAssert(false, "The HTTP method is not allowed here");
         }
     }
+    /// The method itself.
     constexpr operator TZnHTTPMethod() const { return FMethod; }
 
 private:
@@ -67,14 +72,18 @@ private:
 
 /// Methods that never carry a request body, DELETE among them, and those that may carry one.
 using TZnHTTPNoBodyMethod = TZnHTTPMethodRange<httpTRACE, httpDELETE>;
+/// Methods that carry a body: POST, PUT, PATCH.
 using TZnHTTPBodyMethod = TZnHTTPMethodRange<httpPOST, httpPATCH>;
 
+/// A set of methods.
 using TZnHTTPMethods = TZnSet<TZnHTTPMethod>;
 
 /// A status line's number and reason phrase.
 struct TZnHTTPStatus
 {
+    /// Three digits; 0: no response.
     std::uint16_t StatusCode = 0;
+    /// The reason phrase.
     std::string StatusMsg;
 
     bool operator==(const TZnHTTPStatus&) const = default;
@@ -83,4 +92,5 @@ struct TZnHTTPStatus
 /// The words on the wire, indexed by the enumeration.
 inline constexpr std::array<std::string_view, 9> ZnHTTPMethod{"TRACE",  "CONNECT", "OPTIONS", "HEAD", "GET",
                                                               "DELETE", "POST",    "PUT",     "PATCH"};
+/// The words on the wire, indexed by the enumeration.
 inline constexpr std::array<std::string_view, 2> ZnHTTPVersion{"HTTP/1.0", "HTTP/1.1"};

@@ -6,22 +6,27 @@
 #include <vector>
 
 #include "common/Component.h"
+#include "platform/Api.h"
 #include "platform/iphelper/Adapters.h"
 #include "uZnIPHelper/AddressText.h"
 
 /// Root of the address objects. Unchanging once made: any thread may read them.
-class TZnIPAddress : public TObject
+class ZN_API TZnIPAddress : public TObject
 {
 public:
     /// Raises Exception where the object isn't an address of one family.
     virtual TZnIPAddrType GetIPType() const;
+    /// The address as text.
     virtual std::string GetAsString() const { return {}; }
+    /// No address, or the unspecified one (0.0.0.0, ::).
     virtual bool IsEmpty() const { return true; }
 };
 
-class TZnIPV4Address : public TZnIPAddress
+/// An IPv4 address.
+class ZN_API TZnIPV4Address : public TZnIPAddress
 {
 public:
+    /// Copies the address.
     explicit TZnIPV4Address(const in_addr& AAddress) : FAddress(AAddress) {}
 
     TZnIPAddrType GetIPType() const override { return ipV4; }
@@ -34,21 +39,24 @@ private:
 };
 
 /// With the mask of its network.
-class TZnIPV4AddressExt : public TZnIPV4Address
+class ZN_API TZnIPV4AddressExt : public TZnIPV4Address
 {
 public:
     /// A length above 32 gives the mask 0.0.0.0.
     TZnIPV4AddressExt(const in_addr& AAddress, std::uint32_t APrefixLength);
 
+    /// The network's mask, "255.255.255.0".
     std::string GetMask() const { return ZnIPAddrToStr(FMask); }
 
 private:
     in_addr FMask{};
 };
 
-class TZnIPV6Address : public TZnIPAddress
+/// An IPv6 address with its scope.
+class ZN_API TZnIPV6Address : public TZnIPAddress
 {
 public:
+    /// Copies the address. AScopeId is the interface's number for a link-local address, else 0.
     TZnIPV6Address(const IN6_ADDR& AAddress, std::int32_t AScopeId) : FScopeId(AScopeId), FAddress(AAddress)
     {
     }
@@ -68,9 +76,10 @@ private:
 };
 
 /// With the length of its network's prefix, and where its two parts come from.
-class TZnIPV6AddressExt : public TZnIPV6Address
+class ZN_API TZnIPV6AddressExt : public TZnIPV6Address
 {
 public:
+    /// Copies; the origins tell how prefix and host part came about.
     TZnIPV6AddressExt(const IN6_ADDR& AAddress, std::uint32_t APrefixLength, IP_PREFIX_ORIGIN APrefixOrigin,
                       IP_SUFFIX_ORIGIN ASuffixOrigin, std::int32_t AScopeId)
         : TZnIPV6Address(AAddress, AScopeId),
@@ -80,8 +89,11 @@ public:
     {
     }
 
+    /// Bits of the network, 0 to 128.
     std::uint32_t GetPrefixLength() const { return FPrefixLength; }
+    /// Where the prefix comes from: a router, DHCP, by hand.
     IP_PREFIX_ORIGIN GetPrefixOrigin() const { return FPrefixOrigin; }
+    /// Where the host's part comes from: the hardware address, at random, by hand.
     IP_SUFFIX_ORIGIN GetSuffixOrigin() const { return FSuffixOrigin; }
 
 private:
@@ -91,13 +103,15 @@ private:
 };
 
 /// The addresses of one kind that an adapter has. Owns them.
-class TZnIPAddressList : public TZnIPAddress
+class ZN_API TZnIPAddressList : public TZnIPAddress
 {
 public:
+    /// The number of addresses.
     int Count() const { return static_cast<int>(FList.size()); }
     /// Borrowed. Raises EListError for an index that isn't there.
     const TZnIPAddress* GetAddress(int AIndex) const;
 
+    /// Takes an address over and puts it at the end.
     void Add(std::unique_ptr<TZnIPAddress> AAddress) { FList.push_back(std::move(AAddress)); }
 
 private:

@@ -10,19 +10,23 @@
 #include "common/Component.h"
 #include "common/StringList.h"
 #include "common/ThreadAnnotations.h"
+#include "platform/Api.h"
 #include "platform/iphelper/Adapters.h"
 #include "platform/sync/Mutex.h"
 #include "uZnIPHelper/IPAddresses.h"
 
 /// The interfaces that the system knows under an adapter's name.
-class TZnNetworkInterfaceList : public TObject
+class ZN_API TZnNetworkInterfaceList : public TObject
 {
 public:
+    /// The number of interfaces.
     int Count() const { return FNameList.Count(); }
     /// Both raise EStringListError for an index that isn't there.
     const std::string& GetAdapterName(int AIndex) const { return FNameList[AIndex]; }
+    /// The interface's number.
     int GetInterfaceIdx(int AIndex) const;
 
+    /// For the adapter, which fills the list.
     void Add(const std::string& AName, std::uint32_t AIndex);
 
 private:
@@ -31,9 +35,10 @@ private:
 };
 
 /// A network adapter as it was when the snapshot was taken. Belongs to its TZnNetworkAdapters.
-class TZnNetworkAdapter : public TObject
+class ZN_API TZnNetworkAdapter : public TObject
 {
 public:
+    /// Copies what the system's record holds.
     explicit TZnNetworkAdapter(const IP_ADAPTER_ADDRESSES& ARecord);
 
     /// "Loopback", "veth", the driver's name, or what the administrator called it.
@@ -42,12 +47,14 @@ public:
     const std::string& GetName() const { return FName; }
     /// The first six bytes of the hardware address, AA:BB:CC:DD:EE:FF; zeros where there is none.
     const std::string& GetAddress() const { return FAddress; }
+    /// The interface's number.
     std::uint32_t GetAdapterIndex() const { return FAdapterIndex; }
 
     /// TZnIPV4AddressExt and TZnIPV6AddressExt objects, in the system's order.
     const TZnIPAddressList& GetIPAddresses() const { return FIPAddresses; }
     /// TZnIPV4Address and TZnIPV6Address objects.
     const TZnIPAddressList& GetGateways() const { return FGateways; }
+    /// Of the interface, else of the machine; see docs/network-information.md.
     const TZnIPAddressList& GetDNSServers() const { return FDNSServers; }
 
     /// Read from the system at the first call, and the same ever after. The owner's thread.
@@ -82,15 +89,17 @@ using TOnNotifyIpInterfaceChange = std::function<void(
 /// Ownership: owns the adapters; a Refresh frees those of the last one. A class that overrides
 ///            DoInterfaceChanged clears the event in its destructor, as this one does.
 /// Errors:    Refresh raises EOSError. Without a right to ask, there are no adapters and no events.
-class TZnNetworkAdapters : public TComponent
+class ZN_API TZnNetworkAdapters : public TComponent
 {
 public:
     /// Takes the first snapshot.
     explicit TZnNetworkAdapters(TComponent* AOwner = nullptr);
     ~TZnNetworkAdapters() override;
 
+    /// Takes a new snapshot; adapters of the last one are freed. Raises EOSError.
     void Refresh();
 
+    /// The number of adapters.
     int Count() const { return static_cast<int>(FAdapters.size()); }
     /// Borrowed until the next Refresh. Raises EListError for an index that isn't there.
     TZnNetworkAdapter* GetAdapter(int AIndex) const;

@@ -4,6 +4,7 @@
 #include <span>
 #include <string>
 
+#include "platform/Api.h"
 #include "platform/iphelper/Addresses.h"
 #include "uZnIPHelper/AddressText.h"
 
@@ -38,16 +39,18 @@ enum TPingResult : std::uint8_t {
 /// Errors:    none is raised for the network's sake. A host that doesn't resolve, an answer that doesn't
 ///            come and a process that may not send echoes give prGeneralFailure; in the latter two the
 ///            thread's last error tells more: 11010 no answer, 5 no right.
-TPingResult PingV4(const std::string& AHost, std::int32_t ATimeout, in_addr& AReplyAddress,
-                   std::uint32_t& ARoundTripTime);
-TPingResult PingV6(const std::string& AHost, std::int32_t ATimeout, IN6_ADDR& AReplyAddress,
-                   std::uint32_t& ARoundTripTime);
+ZN_API TPingResult PingV4(const std::string& AHost, std::int32_t ATimeout, in_addr& AReplyAddress,
+                          std::uint32_t& ARoundTripTime);
+/// The same over IPv6 alone.
+ZN_API TPingResult PingV6(const std::string& AHost, std::int32_t ATimeout, IN6_ADDR& AReplyAddress,
+                          std::uint32_t& ARoundTripTime);
 
 /// The same in the given families: the first two, one after the other until one answers, each with the whole
 /// time-out; IPv4 and then IPv6 where none is given. AReplyText is the address that answered, without a
 /// scope.
-TPingResult Ping(const std::string& AHost, std::int32_t ATimeout, TZnIPAddrType& AReplyType,
-                 std::string& AReplyText, std::uint32_t& ARoundTripTime,
-                 std::span<const TZnIPAddrType> ATypes = {});
+ZN_API TPingResult Ping(const std::string& AHost, std::int32_t ATimeout, TZnIPAddrType& AReplyType,
+                        std::string& AReplyText, std::uint32_t& ARoundTripTime,
+                        std::span<const TZnIPAddrType> ATypes = {});
 
-TPingResult Ping(const std::string& AHost, std::int32_t ATimeout, TZnIPAddrType AType);
+/// The same over one family, when only the result matters.
+ZN_API TPingResult Ping(const std::string& AHost, std::int32_t ATimeout, TZnIPAddrType AType);

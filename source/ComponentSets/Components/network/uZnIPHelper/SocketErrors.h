@@ -5,11 +5,13 @@
 #include <string>
 
 #include "common/Exceptions.h"
+#include "platform/Api.h"
 
 /// A failed socket call. The message ends in the text of the number.
-class EZnSocketError : public Exception
+class ZN_API EZnSocketError : public Exception
 {
 public:
+    /// AMsg, a line break and the number's text; the text alone where AMsg is empty.
     explicit EZnSocketError(std::int32_t ASocketErrorCode, const std::string& AMsg = {});
     ZN_EXCEPTION_NAME("EZnSocketError")
 
@@ -24,7 +26,7 @@ private:
 };
 
 /// Nothing came within the time to wait.
-class EZnSocketWaitForData : public Exception
+class ZN_API EZnSocketWaitForData : public Exception
 {
 public:
     using Exception::Exception;
@@ -32,7 +34,7 @@ public:
 };
 
 /// The other side closed before all was there.
-class EZnSocketNotAllDataRetrieved : public Exception
+class ZN_API EZnSocketNotAllDataRetrieved : public Exception
 {
 public:
     using Exception::Exception;
@@ -40,7 +42,7 @@ public:
 };
 
 /// For applications; the library raises it nowhere.
-class EZnSocketNoConnection : public Exception
+class ZN_API EZnSocketNoConnection : public Exception
 {
 public:
     using Exception::Exception;
@@ -49,4 +51,4 @@ public:
 
 /// Checks the result of a socket call right behind it, on the same thread. -1 raises EZnSocketError
 /// with the thread's last socket error, unless that number stands in APassOver.
-void ZnCheckSocketResult(std::int32_t AResult, std::span<const std::int32_t> APassOver = {});
+ZN_API void ZnCheckSocketResult(std::int32_t AResult, std::span<const std::int32_t> APassOver = {});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Api.h"
 #include "platform/icmp/Icmp.h"
 #include "platform/iphelper/Adapters.h"
 #include "platform/iphelper/Functions.h"
@@ -8,7 +9,7 @@
 /// them calls it first; after the first success it costs one load. Raises Exception where the
 /// socket layer or one of the libraries isn't there, and goes on from there at the next call. Any
 /// thread.
-void InitializeWinsock();
+ZN_API void InitializeWinsock();
 
 namespace Zn
 {

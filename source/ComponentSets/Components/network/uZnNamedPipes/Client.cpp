@@ -4,13 +4,6 @@
 #include "platform/errors/Errors.h"
 #include "uZnNamedPipes/ClientConnection.h"
 
-namespace
-{
-
-constexpr std::uint32_t cNotReady = 21;
-
-} // namespace
-
 TZnNamedPipeClient::~TZnNamedPipeClient()
 {
     BeforeDestruction();
@@ -193,7 +186,7 @@ TZnNamedPipeConnectionUse TZnNamedPipeClient::CheckConnected()
 {
     TZnLockGuard Guard(FConnectionLock);
     if (FDisconnecting || !FConnection)
-        throw EZnNamedPipe(cNotReady, "Not connected!");
+        throw EZnNamedPipe(ERROR_NOT_READY, "Not connected!");
     return TZnNamedPipeConnectionUse(FConnection);
 }
 

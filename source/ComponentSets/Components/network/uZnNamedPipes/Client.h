@@ -1,9 +1,11 @@
 #pragma once
 
+#include "platform/Api.h"
 #include "uZnNamedPipes/NamedPipe.h"
 
 class TZnNamedPipeClientConnection;
 
+/// Where a client stands; OnStatusChanged tells each change.
 enum TZnNamedPipeClientStatus : std::uint8_t {
     npcsDisconnected = 0,
     npcsConnecting = 1,
@@ -20,7 +22,7 @@ enum TZnNamedPipeClientStatus : std::uint8_t {
 /// Ownership: AOwner frees it; it owns its connection.
 /// Errors:    Connect with a time raises EZnNamedPipeConnectError. Every other failed attempt comes by
 ///            OnAutoConnectException, and what ends a connection by OnNamedPipeException.
-class TZnNamedPipeClient : public TZnNamedPipe
+class ZN_API TZnNamedPipeClient : public TZnNamedPipe
 {
 public:
     explicit TZnNamedPipeClient(TComponent* AOwner = nullptr) : TZnNamedPipe(AOwner) {}
@@ -32,6 +34,7 @@ public:
     /// For another machine. Empty: the present user, who logs on if the server asks for it.
     const std::string& GetUserName() const { return FUserName; }
     void SetUserName(const std::string& AValue) { FUserName = AValue; }
+    /// For another machine; empty: agent and keys. A secret.
     const std::string& GetPassword() const { return FPassword; }
     void SetPassword(const std::string& AValue) { FPassword = AValue; }
     /// Try again, for ever, after a failed attempt or a lost connection. Default true.
@@ -51,17 +54,24 @@ public:
     /// Not disconnected and not disconnecting: a client that still tries to connect is active.
     bool GetActive() const override;
 
+    /// On the owner thread.
     TZnNamedPipeClientStatus GetStatus() const;
+    /// It tries, and isn't connected. On the owner thread.
     bool GetConnecting() const;
     /// Of the last failed attempt to connect.
     const std::string& GetLastConnectErrMsg() const { return FConnectErrMsg; }
+    /// Its number; 0 when the last attempt went well.
     std::uint32_t GetLastConnectErrCode() const { return FConnectErrCode; }
 
     // As TZnNamedPipeConnection has them; EZnNamedPipe, 21, without a connection.
+    /// Milliseconds from sending here to answering there, by both machines' clocks. -1 without an answer in
+    /// ATimeOut ms.
     int SendPing(std::uint32_t ATimeOut);
+    /// Data of one message. Returns when it is written; waits as long as the server takes to make room.
     void SendMsg(const AnsiString& AMessage);
     void SendMsg(const std::string& AMessage);
     void SendMsg(const void* ABuffer, std::uint32_t ABufSize, TZnDataBufType ADataType);
+    /// A command and its answer. Waits at most ATimeOut ms, then raises EZnNamedPipeReadTimeOut.
     AnsiString SendCmd(const AnsiString& ACommand, std::uint32_t ATimeOut);
     std::string SendCmd(const std::string& ACommand, std::uint32_t ATimeOut);
     PZnDataBuffer SendCmd(const void* ABuffer, std::uint32_t ABufSize, std::uint32_t ATimeOut,
@@ -69,7 +79,9 @@ public:
     /// The process of the server; false without a connection or for another machine.
     bool GetPeer(TZnPipePeer& APeer);
 
+    /// An attempt to connect failed that no Connect waits for. On the owner thread.
     TZnOnNamedPipeException OnAutoConnectException;
+    /// Status has changed. On the owner thread.
     TNotifyEvent OnStatusChanged;
 
 protected:

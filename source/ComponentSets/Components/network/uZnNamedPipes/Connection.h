@@ -12,6 +12,7 @@
 #include "common/Events.h"
 #include "common/Locks.h"
 #include "common/Thread.h"
+#include "platform/Api.h"
 #include "uZnNamedPipes/DataBuffer.h"
 #include "uZnNamedPipes/Frames.h"
 #include "uZnNamedPipes/NetworkCheck.h"
@@ -31,6 +32,7 @@ struct TZnNamedPipeData
     PZnDataBuffer Data = nullptr;      // in BufData; nullptr for a raw frame and a ping answer
     PZnDataBuffer Response = nullptr;  // the answer to a command; owned
 };
+/// A record on its way to the owner thread.
 using PZnNamedPipeData = TZnNamedPipeData*;
 
 /// One end of a connected pipe, and the thread that reads it and dispatches what it reads. Both ends
@@ -43,9 +45,10 @@ using PZnNamedPipeData = TZnNamedPipeData*;
 ///            owner thread has let it go (WM_NAMEDPIPE_CONNDESTROYED), the others go by Disconnect.
 /// Errors:    the sends raise EZnNamedPipe classes to their caller. What ends the reading is told
 ///            by OnNamedPipeException, except for a peer that left, and by OnDisconnected.
-class TZnNamedPipeConnection : public TThread
+class ZN_API TZnNamedPipeConnection : public TThread
 {
 public:
+    /// For AOwner, which starts it and waits for its end.
     explicit TZnNamedPipeConnection(TZnNamedPipe* AOwner);
     ~TZnNamedPipeConnection() override;
 
@@ -80,7 +83,9 @@ public:
     /// Ends the connection and wakes its thread.
     void Terminate() override;
 
+    /// Of no other connection of the process. Any thread.
     TZnNamedPipeConnectionID GetID() const { return FConnectionID; }
+    /// The peer is there, as far as is known. Any thread.
     bool GetConnected() const { return FConnected; }
     /// Last platform error of a read, a connect or an open.
     std::uint32_t GetErrorCode() const { return FErrorCode; }
@@ -175,7 +180,7 @@ private:
 };
 
 /// Keeps a connection from being freed while a send of any thread is in it.
-class TZnNamedPipeConnectionUse
+class ZN_API TZnNamedPipeConnectionUse
 {
 public:
     /// Under the lock that guards the place where AConnection was found; nullptr is fine.
@@ -195,7 +200,9 @@ public:
             FConnection->UseEnds();
     }
 
+    /// The connection; not for an empty use.
     TZnNamedPipeConnection* operator->() const { return FConnection; }
+    /// There is a connection.
     explicit operator bool() const { return FConnection != nullptr; }
 
 private:

@@ -5,18 +5,21 @@
 #include <vector>
 
 #include "common/Locks.h"
+#include "platform/Api.h"
 #include "uZnNamedPipes/Connection.h"
 
 /// The connected clients of a server, the oldest first.
 ///
 /// Threads:   any; a pointer stays valid on the owner thread, outside of a handler that closes it.
 /// Ownership: none: connections belong to their server.
-class TZnNamedPipeConnectionList
+class ZN_API TZnNamedPipeConnectionList
 {
 public:
+    /// The number of connections. Any thread; it may change at once.
     std::size_t GetCount();
     /// EListError for an index that isn't there.
     TZnNamedPipeConnection* GetConnection(std::size_t AIndex);
+    /// The connection is in the list; compared, never followed. Any thread.
     bool HasConnection(TZnNamedPipeConnection* AConnection);
     /// nullptr when there is none.
     TZnNamedPipeConnection* FindConnection(TZnNamedPipeConnectionID AID);

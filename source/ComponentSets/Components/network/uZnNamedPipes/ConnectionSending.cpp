@@ -10,8 +10,6 @@
 namespace
 {
 
-constexpr std::uint32_t cWriteFault = 29;
-
 std::span<const std::byte> Bytes(const void* ABuffer, std::size_t ASize)
 {
     return {static_cast<const std::byte*>(ABuffer), ASize};
@@ -155,7 +153,7 @@ void TZnNamedPipeConnection::WriteFrame(std::span<const std::byte> AHead, std::s
         JudgeWrite(Error);
     if (Length != 0 && Count != Length) {
         MarkBroken();
-        throw EZnNamedPipeWriteError(cWriteFault, "Failed to write the entire buffer!");
+        throw EZnNamedPipeWriteError(ERROR_WRITE_FAULT, "Failed to write the entire buffer!");
     }
 }
 

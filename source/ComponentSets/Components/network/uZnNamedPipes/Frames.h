@@ -29,6 +29,7 @@ enum TZnNamedPipeMsgType : std::uint8_t {
     dtData = 5,
 };
 
+/// The first four bytes of a frame, the lowest first.
 inline constexpr std::uint32_t cNamedPipeSignature = 0x00FFFF00;
 
 namespace Zn

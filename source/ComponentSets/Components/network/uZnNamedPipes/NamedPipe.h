@@ -8,6 +8,7 @@
 
 #include "common/Component.h"
 #include "common/Locks.h"
+#include "platform/Api.h"
 #include "platform/messages/Messages.h"
 #include "platform/power/Power.h"
 #include "uZnNamedPipes/Connection.h"
@@ -18,17 +19,23 @@ enum TZnNamedPipeReceiveSyncType : std::uint8_t {
     rsThreaded = 1,     // on the connection's thread
 };
 
+/// Something happened to the component.
 using TNotifyEvent = std::function<void()>;
+/// Something happened to a connection.
 using TZnOnNamedPipeEvent = std::function<void(TZnNamedPipeConnectionID AConnectionID)>;
+/// Bytes came; they are borrowed until the event returns.
 using TZnOnNamedPipeDataReceivedB =
     std::function<void(TZnNamedPipeConnectionID AConnectionID, PZnMemoryBuffer AData)>;
+/// A text came, in UTF-8.
 using TZnOnNamedPipeDataReceivedS =
     std::function<void(TZnNamedPipeConnectionID AConnectionID, const std::string& AData)>;
 /// The result comes from ZnGetMem and is freed by the library; nullptr answers without content.
 using TZnOnNamedPipeCmdReceivedB =
     std::function<PZnMemoryBuffer(TZnNamedPipeConnectionID AConnectionID, PZnMemoryBuffer AData)>;
+/// A command came as text; the result is the answer.
 using TZnOnNamedPipeCmdReceivedS =
     std::function<std::string(TZnNamedPipeConnectionID AConnectionID, const std::string& AData)>;
+/// A connection failed. Setting AHandled keeps the exception from being shown anywhere else.
 using TZnOnNamedPipeException =
     std::function<void(TZnNamedPipeConnectionID AConnectionID, const Exception& AException, bool& AHandled)>;
 
@@ -54,7 +61,7 @@ enum : std::uint32_t {
 /// Ownership: AOwner frees it. What an event receives is valid until the event returns.
 /// Errors:    what a data handler raises leaves the pump (rsSynchronized) or ends the connection and
 ///            is told by OnNamedPipeException (rsThreaded).
-class TZnNamedPipe : public TComponent
+class ZN_API TZnNamedPipe : public TComponent
 {
 public:
     explicit TZnNamedPipe(TComponent* AOwner = nullptr);
@@ -66,6 +73,7 @@ public:
 
     /// The short name; any characters but a backslash. Connections that exist keep theirs.
     const std::string& GetShortPipeName() const { return FPipeName; }
+    /// The short name. Takes effect at the next Start or Connect.
     void SetPipeName(const std::string& AValue) { FPipeName = AValue; }
 
     /// The whole path, `\\\\server\\pipe\\name`.
@@ -83,12 +91,18 @@ public:
     bool GetDisableNetworkCheck() const { return FDisableNetworkCheck; }
     void SetDisableNetworkCheck(bool AValue) { FDisableNetworkCheck = AValue; }
 
+    /// A connection stands. On the owner thread, the connection waiting.
     TZnOnNamedPipeEvent OnConnected;
+    /// A connection has ended. On the owner thread, the connection waiting.
     TZnOnNamedPipeEvent OnDisconnected;
+    /// What ended a connection, or kept a server from being made. On the owner thread.
     TZnOnNamedPipeException OnNamedPipeException;
     TZnOnNamedPipeDataReceivedB OnDataReceivedB; ///< binary data, and raw frames whole
+    /// Texts, where they are handled by ReceiveSyncType.
     TZnOnNamedPipeDataReceivedS OnDataReceivedS;
+    /// Commands of bytes; one at a time for each connection.
     TZnOnNamedPipeCmdReceivedB OnCmdReceivedB;
+    /// Commands of text; one at a time for each connection.
     TZnOnNamedPipeCmdReceivedS OnCmdReceivedS;
 
 protected:

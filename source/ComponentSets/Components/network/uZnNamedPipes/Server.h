@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "platform/Api.h"
 #include "uZnNamedPipes/ConnectionList.h"
 #include "uZnNamedPipes/NamedPipe.h"
 
@@ -15,7 +16,7 @@ class TZnNamedPipeServerConnection;
 /// Ownership: AOwner frees it; it owns its connections.
 /// Errors:    a pipe that can't be made is told by OnNamedPipeException (EZnNamedPipeConnectError);
 ///            Start has returned by then, and MaxConnections reads -1.
-class TZnNamedPipeServer : public TZnNamedPipe
+class ZN_API TZnNamedPipeServer : public TZnNamedPipe
 {
 public:
     explicit TZnNamedPipeServer(TComponent* AOwner = nullptr) : TZnNamedPipe(AOwner) {}
@@ -25,6 +26,7 @@ public:
     void Start();
     /// Ends every connection and waits for their threads; OnDisconnected runs for each.
     void Stop();
+    /// Started, and not stopped. Setting it is Start or Stop. On the owner thread.
     bool GetActive() const override { return FActive; }
     void SetActive(bool AValue) override;
 
@@ -58,7 +60,9 @@ public:
     /// Ends one connection and waits for its thread. EZnNamedPipe, 6, for an ID that isn't there.
     void CloseConnection(TZnNamedPipeConnectionID AConnectionID);
 
+    /// Start has begun to serve. On the owner thread.
     TNotifyEvent OnStarted;
+    /// All connections have ended. On the owner thread.
     TNotifyEvent OnStopped;
 
 protected:

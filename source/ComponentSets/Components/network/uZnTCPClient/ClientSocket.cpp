@@ -13,8 +13,6 @@
 namespace
 {
 
-constexpr std::uint32_t cHostNotFound = 11001;
-
 std::string TextOf(const Zn::Endpoint& AEndpoint)
 {
     return AEndpoint.Length == 0 ? std::string() : Zn::AddressText(AEndpoint);
@@ -29,7 +27,7 @@ std::uint16_t PortFrom(const Zn::Endpoint& AEndpoint)
 std::uint32_t Resolve(const std::string& AHost, std::uint16_t APort, std::vector<Zn::Endpoint>& AResult)
 {
     if (AHost.empty() || AHost.find('\0') != std::string::npos)
-        return cHostNotFound;
+        return WSAHOST_NOT_FOUND;
     InitializeWinsock();
     const Zn::TSystemFunctions& Functions = Zn::SystemFunctions();
     ZnAssert(Functions.GetAddrInfoW != nullptr, "GetAddrInfoW is missing in ws2_32.dll");
@@ -47,7 +45,7 @@ std::uint32_t Resolve(const std::string& AHost, std::uint16_t APort, std::vector
     }
     if (Functions.FreeAddrInfo != nullptr)
         Functions.FreeAddrInfo(First);
-    return AResult.empty() ? cHostNotFound : NO_ERROR;
+    return AResult.empty() ? WSAHOST_NOT_FOUND : NO_ERROR;
 }
 
 /// Tries one address after another; each may use what is left of the time, divided by those still to come.
@@ -56,7 +54,7 @@ std::uint32_t ConnectToFirst(Zn::TcpSocket& ASocket, const std::vector<Zn::Endpo
 {
     using TClock = std::chrono::steady_clock;
     const auto End = TClock::now() + ATimeOut;
-    std::uint32_t Error = cHostNotFound;
+    std::uint32_t Error = WSAHOST_NOT_FOUND;
     for (std::size_t Index = 0; Index < ATargets.size(); ++Index) {
         const auto Left = std::chrono::duration_cast<std::chrono::milliseconds>(End - TClock::now());
         const auto Share = Left / static_cast<std::int64_t>(ATargets.size() - Index);

@@ -5,11 +5,12 @@
 #include <string>
 
 #include "common/Component.h"
+#include "platform/Api.h"
 #include "platform/tcp/TcpSocket.h"
 #include "uZnIPHelper/SocketErrors.h"
 
 /// A failed socket call of a connection: what was tried, then the text of its number.
-class ESocketError : public EZnSocketError
+class ZN_API ESocketError : public EZnSocketError
 {
 public:
     using EZnSocketError::EZnSocketError;
@@ -17,17 +18,21 @@ public:
 };
 
 /// The connection of a TClientSocket.
-class TCustomWinSocket : public TObject
+class ZN_API TCustomWinSocket : public TObject
 {
 public:
+    /// As far as this side knows.
     bool GetConnected() const { return FSocket.IsOpen(); }
     /// The descriptor, the socket's own; -1 while closed.
     int GetSocketHandle() const { return FSocket.Descriptor(); }
 
     /// Address texts and ports of both ends; empty and 0 while closed.
     std::string GetLocalAddress() const;
+    /// This side's port.
     std::uint16_t GetLocalPort() const;
+    /// The other side's address as text.
     std::string GetRemoteAddress() const;
+    /// The other side's port.
     std::uint16_t GetRemotePort() const;
 
 private:
@@ -42,9 +47,10 @@ private:
 /// Threads:   one at a time, which also runs the events.
 /// Ownership: AOwner frees it, which closes the connection. Socket is the component's own.
 /// Errors:    Open raises ESocketError (11001: no such host) and leaves it closed.
-class TClientSocket : public TComponent
+class ZN_API TClientSocket : public TComponent
 {
 public:
+    /// Something happened to the connection; runs on the thread that called.
     using TSocketNotifyEvent = std::function<void(TObject* ASender, TCustomWinSocket& ASocket)>;
     /// An event that sets AErrorCode to 0 has dealt with it: the socket is closed, and the call ends with
     /// EAbort, which shows nothing.
@@ -71,16 +77,23 @@ public:
     /// Whether it is connected, as far as this side knows: the other side's end shows with the next read.
     bool GetActive() const { return FSocket.GetConnected(); }
     void SetActive(bool AValue);
+    /// Connects. Raises ESocketError and stays closed.
     void Open() { SetActive(true); }
+    /// Closes; nothing happens on a closed one.
     void Close() { SetActive(false); }
 
+    /// The connection itself, the component's own.
     TCustomWinSocket& GetSocket() { return FSocket; }
 
     /// In this order; OnConnecting when the host's addresses are known.
     void SetOnLookup(TSocketNotifyEvent AValue) { FOnLookup = std::move(AValue); }
+    /// The host's addresses are known and are tried next.
     void SetOnConnecting(TSocketNotifyEvent AValue) { FOnConnecting = std::move(AValue); }
+    /// Connected.
     void SetOnConnect(TSocketNotifyEvent AValue) { FOnConnect = std::move(AValue); }
+    /// About to be closed; the socket's addresses can still be read.
     void SetOnDisconnect(TSocketNotifyEvent AValue) { FOnDisconnect = std::move(AValue); }
+    /// A call failed; the exception follows.
     void SetOnError(TSocketErrorEvent AValue) { FOnError = std::move(AValue); }
 
 protected:

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "common/Streams.h"
+#include "platform/Api.h"
 #include "uZnTCPClient/ClientSocket.h"
 
 /// The bytes of a connection as a stream that can't seek.
@@ -11,7 +12,7 @@
 /// Threads:   that of the socket.
 /// Ownership: borrows the socket.
 /// Errors:    ESocketError for a failed call; EStreamError for Seek, GetSize and SetSize.
-class TWinSocketStream : public TStream
+class ZN_API TWinSocketStream : public TStream
 {
 public:
     /// ATimeOut in ms: the longest pause of a Read or Write.
