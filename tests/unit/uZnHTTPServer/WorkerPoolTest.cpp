@@ -105,6 +105,18 @@ TEST_F(WorkerPool, IdleWorkersComeBackFirstInFirstOut)
         EXPECT_EQ(Order[At], Order[At + 3]) << At; // each serves every third request
 }
 
+TEST_F(WorkerPool, ABurstOfShortRequestsIsServedByFewWorkers)
+{
+    Server.SetOnResponse([](auto&&...) {});
+    Server.SetActive(true);
+    std::vector<HTTP_REQUEST_ID> Burst;
+    for (int At = 0; At < 2000; ++At)
+        Burst.push_back(Service.Push());
+    for (const HTTP_REQUEST_ID Id : Burst)
+        ASSERT_EQ(Service.Await(Id).Head().Status, 200) << Server.GetWorkerCount() << " workers";
+    EXPECT_LT(Server.GetWorkerCount(), 128U);
+}
+
 TEST_F(WorkerPool, WhatAHandlerThrowsCostsNobodyElse)
 {
     std::atomic<int> Round{0};

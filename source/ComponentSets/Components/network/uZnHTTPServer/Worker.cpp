@@ -39,12 +39,17 @@ bool TZnHTTPServerResponseThread::IsWorkerOf(const TZnCustomHTTPServer& AHTTPSer
 // entering FLock here waits until it is over.
 void TZnHTTPServerResponseThread::ProcessRequest(Zn::ReceivedRequest ARequest)
 {
-    FCookiesParsed = false;
-    FBody.reset();
     if (!FLock.TryEnter(cHandoverWait))
         throw Exception("The 100 msec delay is not enough to bridge the gap between the "
                         "\"FHTTPServer.FWorkerThreadLock.Leave;\" and \"FLock.Unlock(Unlock);\"");
     FLock.Leave();
+    Accept(std::move(ARequest));
+}
+
+void TZnHTTPServerResponseThread::Accept(Zn::ReceivedRequest ARequest)
+{
+    FCookiesParsed = false;
+    FBody.reset();
     FHTTP_REQUEST = std::move(ARequest);
     FSentStatus = 0;
     FSentBytes = 0;
@@ -53,7 +58,16 @@ void TZnHTTPServerResponseThread::ProcessRequest(Zn::ReceivedRequest ARequest)
         FDisconnectEvent.ResetEvent();
         FDisconnectArmed = false;
     }
+}
+
+void TZnHTTPServerResponseThread::Wake()
+{
     FIdleEvent.SetEvent();
+}
+
+void TZnHTTPServerResponseThread::TakeOver(TZnHTTPServerResponseThread& AFrom)
+{
+    Accept(std::move(AFrom.FHTTP_REQUEST));
 }
 
 void TZnHTTPServerResponseThread::Execute()
@@ -62,11 +76,12 @@ void TZnHTTPServerResponseThread::Execute()
     Zn::InitThreadVars();
     while (SleepUntilHandover()) {
         TZnLockGuard Guard(FLock);
-        if (FHTTPServer.FCounters)
-            ServeCounted(*FHTTPServer.FCounters);
-        else
-            ServeRequest();
-        FHTTPServer.FWorkerPool.SetIdle(*this);
+        do {
+            if (FHTTPServer.FCounters)
+                ServeCounted(*FHTTPServer.FCounters);
+            else
+                ServeRequest();
+        } while (FHTTPServer.FWorkerPool.TakeNext(*this));
         // Before the look at Terminated that follows: a Terminate between the two would be lost.
         FIdleEvent.ResetEvent();
     }
@@ -75,10 +90,15 @@ void TZnHTTPServerResponseThread::Execute()
 /// False when the worker has to end.
 bool TZnHTTPServerResponseThread::SleepUntilHandover()
 {
-    // Only a set event says that FHTTP_REQUEST may be touched; a wait that ran out says nothing.
-    while (!GetTerminated())
-        if (FIdleEvent.WaitFor(cIdleWait) == wrSignaled)
-            return !GetTerminated();
+    // A wait that ran out says nothing, and the request that a set event told of may be another worker's
+    // by now: only the pool says that FHTTP_REQUEST may be touched.
+    while (!GetTerminated()) {
+        if (FIdleEvent.WaitFor(cIdleWait) != wrSignaled)
+            continue;
+        FIdleEvent.ResetEvent(); // before Begin: from there on the worker can be woken again
+        if (!GetTerminated() && FHTTPServer.FWorkerPool.Begin(*this))
+            return true;
+    }
     return false;
 }
 

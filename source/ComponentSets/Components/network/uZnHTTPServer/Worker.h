@@ -27,11 +27,12 @@ class RequestCounters;
 /// DoOnResponseRaw, goes back to the idle list. A raw handler receives it and reads and answers
 /// through it.
 ///
-///     made --> sleeping --ProcessRequest--> serving (holds FLock) --> idle, sleeping --> ...
-///                                                     Terminate ends it from any of them
+///     made --> sleeping --ProcessRequest, Wake--> serving (holds FLock) --> idle, sleeping --> ...
+///                                                  |  ^
+///                                                  TakeOver     Terminate ends it from any of them
 ///
-/// Threads:   ProcessRequest on the listen thread, Terminate on any; everything else on the worker's
-///            own thread, while a request is in hand.
+/// Threads:   ProcessRequest on the listen thread, Wake and Terminate on any; everything else on the
+///            worker's own thread, while a request is in hand.
 /// Ownership: made and freed by the server's pool. Owns the request in hand, its body and cookies.
 class ZN_API TZnHTTPServerResponseThread : public TThread
 {
@@ -40,9 +41,13 @@ public:
     explicit TZnHTTPServerResponseThread(TZnCustomHTTPServer& AHTTPServer);
     ~TZnHTTPServerResponseThread() override;
 
-    /// The handover. Raises Exception when the worker doesn't get to sleep within 100 ms after it
-    /// entered the idle list.
+    /// The handover; the pool wakes the worker behind it. Raises Exception when the worker doesn't get
+    /// to sleep within 100 ms after it entered the idle list.
     void ProcessRequest(Zn::ReceivedRequest ARequest);
+    /// Ends the idle sleep. For the pool.
+    void Wake();
+    /// Takes the request that AFrom was handed and hasn't begun. For the pool, under its lock.
+    void TakeOver(TZnHTTPServerResponseThread& AFrom);
     /// Wakes the worker, also out of WaitForEvents.
     void Terminate() override;
 
@@ -94,6 +99,7 @@ protected:
     void Execute() override;
 
 private:
+    void Accept(Zn::ReceivedRequest ARequest);
     bool SleepUntilHandover();
     void ServeRequest() ZN_REQUIRES(FLock);
     void ServeCounted(Zn::RequestCounters& ACounters) ZN_REQUIRES(FLock);
@@ -106,7 +112,7 @@ private:
     TZnCriticalSection FLock; // held while a request is served; order: before FWorkerThreadLock
     TSimpleEvent FTerminateEvent;
     TSimpleEvent FIdleEvent;
-    Zn::ReceivedRequest FHTTP_REQUEST; // written while the worker sleeps; FIdleEvent passes it on
+    Zn::ReceivedRequest FHTTP_REQUEST; // another thread's until the pool's Begin has given it to this worker
     Zn::ForwardedOrigin FOrigin;
     std::uint16_t FSentStatus = 0;
     std::uint64_t FSentBytes = 0;

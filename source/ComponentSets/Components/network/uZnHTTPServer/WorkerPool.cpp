@@ -7,6 +7,12 @@
 
 namespace Zn
 {
+namespace
+{
+
+constexpr std::uint32_t cBacklog = 32;
+
+} // namespace
 
 WorkerPool::WorkerPool(TZnCustomHTTPServer& AHTTPServer) : FHTTPServer(AHTTPServer) {}
 
@@ -35,11 +41,13 @@ WorkerPool::Outcome WorkerPool::HandOver(ReceivedRequest& ARequest, std::size_t 
         std::atomic<bool>& Flag;
     } const Touching(FHandingOver);
 
+    AwaitRoom();
     bool Closed = false;
     TZnHTTPServerResponseThread* const Worker = TakeWorker(AMaxCount, Closed);
     if (Worker == nullptr)
         return Closed ? Outcome::Closed : Outcome::Exhausted;
     Worker->ProcessRequest(std::move(ARequest));
+    Announce(*Worker);
     return Outcome::HandedOver;
 }
 
@@ -69,10 +77,70 @@ TZnHTTPServerResponseThread* WorkerPool::TakeWorker(std::size_t AMaxCount, bool&
     return FWorkerThreads.back().get();
 }
 
-void WorkerPool::SetIdle(TZnHTTPServerResponseThread& AWorker)
+/// Waits, with cBacklog requests not begun, until half of them are. They begin as threads wake, whatever
+/// handlers do, so this is short.
+void WorkerPool::AwaitRoom()
+{
+    std::uint32_t Backlog = FBacklog.load(std::memory_order_relaxed);
+    if (Backlog < cBacklog)
+        return;
+    while (Backlog > cBacklog / 2) {
+        FBacklog.wait(Backlog, std::memory_order_relaxed);
+        Backlog = FBacklog.load(std::memory_order_relaxed);
+    }
+}
+
+void WorkerPool::Announce(TZnHTTPServerResponseThread& AWorker)
+{
+    {
+        TZnLockGuard Guard(FWorkerThreadLock);
+        FHandedOver.push_back(&AWorker);
+        FBacklog.fetch_add(1, std::memory_order_relaxed);
+        if (FWaking != nullptr)
+            return;
+        FWaking = &AWorker;
+    }
+    AWorker.Wake();
+}
+
+void WorkerPool::NoteBegun()
+{
+    if (FBacklog.fetch_sub(1, std::memory_order_relaxed) == cBacklog / 2 + 1)
+        FBacklog.notify_one();
+}
+
+bool WorkerPool::Begin(TZnHTTPServerResponseThread& AWorker)
+{
+    bool IsOwn = false;
+    TZnHTTPServerResponseThread* Next = nullptr;
+    {
+        TZnLockGuard Guard(FWorkerThreadLock);
+        IsOwn = std::erase(FHandedOver, &AWorker) != 0;
+        if (IsOwn)
+            NoteBegun();
+        if (FWaking == &AWorker)
+            FWaking = nullptr;
+        if (FWaking == nullptr && !FHandedOver.empty())
+            Next = FWaking = FHandedOver.front();
+    }
+    if (Next != nullptr)
+        Next->Wake();
+    return IsOwn;
+}
+
+bool WorkerPool::TakeNext(TZnHTTPServerResponseThread& AWorker)
 {
     TZnLockGuard Guard(FWorkerThreadLock);
-    FIdleWorkerThreads.push_back(&AWorker);
+    if (FHandedOver.empty() || FClosed) {
+        FIdleWorkerThreads.push_back(&AWorker);
+        return false;
+    }
+    TZnHTTPServerResponseThread& Sleeper = *FHandedOver.front();
+    FHandedOver.pop_front();
+    NoteBegun();
+    AWorker.TakeOver(Sleeper);
+    FIdleWorkerThreads.push_front(&Sleeper);
+    return true;
 }
 
 void WorkerPool::Close()
@@ -96,6 +164,10 @@ void WorkerPool::Close()
         Workers.pop_back();
     TZnLockGuard Guard(FWorkerThreadLock);
     FIdleWorkerThreads.clear();
+    FHandedOver.clear();
+    FBacklog.store(0, std::memory_order_relaxed);
+    FBacklog.notify_one(); // a late handover, which finds the pool closed
+    FWaking = nullptr;
 }
 
 std::size_t WorkerPool::GetWorkerCount()
