@@ -436,8 +436,12 @@ void Reception::Sweep(std::int64_t ANow)
     FNextSweep = ANow + SweepEvery;
     for (std::uint32_t Slot = 0; Slot < FConnections.UsedSlots(); ++Slot) {
         Connection& Each = FConnections.At(Slot);
-        if (Each.State.load(std::memory_order_acquire) == Owner::Poller && Each.Deadline <= ANow)
+        if (Each.State.load(std::memory_order_acquire) != Owner::Poller)
+            continue;
+        if (Each.Deadline <= ANow)
             TimeOut(Each);
+        else if (Each.Phase == Expecting::FirstByte)
+            Each.Io.ReleaseBuffers();
     }
 }
 

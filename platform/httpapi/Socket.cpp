@@ -155,6 +155,12 @@ bool Socket::WantsWrite() const
     return FTls && FTls->WantsWrite();
 }
 
+void Socket::ReleaseBuffers()
+{
+    if (FTls)
+        FTls->ReleaseBuffers();
+}
+
 IoResult Socket::Receive(void* ABuffer, std::size_t ALength)
 {
     if (FTls)

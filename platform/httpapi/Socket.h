@@ -73,6 +73,9 @@ public:
     /// Bytes were received that no Receive has given yet; no event will tell of them.
     bool HoldsInput() const;
 
+    /// For a connection that nothing is to be expected of for a while: keeps no memory for what may come.
+    void ReleaseBuffers();
+
     /// The last step that would have blocked, a receive too, waits for room to send (a TLS key update).
     bool WantsWrite() const;
 

@@ -122,9 +122,9 @@ std::uint32_t TlsPort::Load(const TlsIdentity& AIdentity, const TlsPortSettings&
     SSL_CTX_set_cipher_list(Context, Ciphers);
     SSL_CTX_set_options(Context, SSL_OP_CIPHER_SERVER_PREFERENCE | SSL_OP_PRIORITIZE_CHACHA |
                                      SSL_OP_NO_RENEGOTIATION | SSL_OP_NO_COMPRESSION);
-    // An idle connection keeps no record buffers, and a blocked write may be repeated from another place.
-    SSL_CTX_set_mode(Context, SSL_MODE_RELEASE_BUFFERS | SSL_MODE_ENABLE_PARTIAL_WRITE |
-                                  SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
+    // A blocked write may be repeated from another place. Record buffers are released when a connection
+    // idles (TlsStream::ReleaseBuffers), not after each record: that would be a tenth of a small request.
+    SSL_CTX_set_mode(Context, SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
     SSL_CTX_set_read_ahead(Context, 1); // a record's header and body in one receive
     SSL_CTX_set_num_tickets(Context, 1);
     SSL_CTX_set_session_id_context(Context, SessionContext, sizeof SessionContext - 1);

@@ -195,6 +195,12 @@ IoResult TlsStream::SendFile(int AFile, std::uint64_t AOffset, std::uint64_t ALe
     return Count > 0 ? Write(Record.data(), static_cast<std::size_t>(Count)) : IoResult{IoState::Failed};
 }
 
+void TlsStream::ReleaseBuffers()
+{
+    if (!FFailed && FEstablished)
+        SSL_free_buffers(FSession);
+}
+
 void TlsStream::Shutdown()
 {
     if (FFailed || !FEstablished)
