@@ -36,14 +36,20 @@ std::uint16_t Folded(std::uint32_t ASum)
 
 } // namespace
 
-std::array<std::byte, Zn::cEchoHeadSize> Zn::WriteEchoHead(const TEchoHead& AHead,
-                                                           std::span<const std::byte> AData)
+std::array<std::byte, Zn::cEchoHeadSize> Zn::WriteEchoHead(const TEchoHead& AHead)
 {
     std::array<std::byte, cEchoHeadSize> Head{};
     Head[0] = static_cast<std::byte>(AHead.Type);
     Head[1] = static_cast<std::byte>(AHead.Code);
     Put(&Head[4], AHead.Id);
     Put(&Head[6], AHead.Sequence);
+    return Head;
+}
+
+std::array<std::byte, Zn::cEchoHeadSize> Zn::WriteEchoHead(const TEchoHead& AHead,
+                                                           std::span<const std::byte> AData)
+{
+    std::array<std::byte, cEchoHeadSize> Head = WriteEchoHead(AHead);
     Put(&Head[2], static_cast<std::uint16_t>(~Folded(SumOf(Head) + SumOf(AData))));
     return Head;
 }

@@ -20,8 +20,11 @@ struct TEchoHead
 
 inline constexpr std::size_t cEchoHeadSize = 8; // type, code, checksum, identifier, sequence number
 
-/// The bytes of AHead, with the checksum over it and AData (RFC 1071). For IPv6 the system puts its own in
-/// the checksum's place, which covers the addresses too.
+/// The bytes of AHead. The checksum is left to the system: it writes its own for all sockets but raw ones of
+/// IPv4 (that of IPv6 covers the addresses too).
+std::array<std::byte, cEchoHeadSize> WriteEchoHead(const TEchoHead& AHead);
+
+/// The same with the checksum over it and AData (RFC 1071).
 std::array<std::byte, cEchoHeadSize> WriteEchoHead(const TEchoHead& AHead, std::span<const std::byte> AData);
 
 /// The head that AMessage begins with; nothing when it is too short.

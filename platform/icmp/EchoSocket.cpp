@@ -17,6 +17,7 @@
 #include "platform/errors/Errors.h"
 #include "platform/icmp/EchoMessage.h"
 #include "platform/icmp/Statuses.h"
+#include "platform/sync/Deadline.h"
 
 namespace
 {
@@ -61,6 +62,13 @@ struct TErrorReport
     sock_extended_err Error;
     TAddress Offender;
 };
+
+bool HasOptions(const Zn::TEchoRequest& ARequest)
+{
+    return ARequest.Options.Ttl != 0 || ARequest.Options.Tos != 0 ||
+           (ARequest.Destination.Any.sa_family == AF_INET6 &&
+            !IN6_IS_ADDR_UNSPECIFIED(&ARequest.Source.V6.sin6_addr));
+}
 
 void AddOptions(msghdr& AMessage, const Zn::TEchoRequest& ARequest)
 {
@@ -120,7 +128,6 @@ bool Zn::TEchoSocket::Prepare()
     const int On = 1;
     const int Level = IsV6() ? IPPROTO_IPV6 : IPPROTO_IP;
     return setsockopt(FSocket, Level, IsV6() ? IPV6_RECVERR : IP_RECVERR, &On, sizeof(On)) == 0 &&
-           setsockopt(FSocket, Level, IsV6() ? IPV6_RECVHOPLIMIT : IP_RECVTTL, &On, sizeof(On)) == 0 &&
            SetFragmentation(true) && (!FIsRaw || KeepForeignRepliesOut());
 }
 
@@ -169,17 +176,24 @@ bool Zn::TEchoSocket::SetFragmentation(bool AIsAllowed)
     return IsSet;
 }
 
+void Zn::TEchoSocket::AskForTtl()
+{
+    const int On = 1;
+    FTellsTtl = !IsV6() && setsockopt(FSocket, IPPROTO_IP, IP_RECVTTL, &On, sizeof(On)) == 0;
+}
+
 Zn::TEchoOutcome Zn::TEchoSocket::Exchange(const TEchoRequest& ARequest)
 {
     ++FSequence;
     FBuffer.resize(std::max(FBuffer.size(), cLongestIPv4Header + cEchoHeadSize + ARequest.Data.size()));
     SetFragmentation((ARequest.Options.Flags & IP_FLAG_DF) == 0);
+    if (ARequest.WantsTtl && !FTellsTtl)
+        AskForTtl();
 
-    const Deadline End(ARequest.Timeout);
     const auto Start = std::chrono::steady_clock::now();
     TEchoOutcome Outcome;
     if (Send(ARequest)) {
-        Outcome = Receive(End);
+        Outcome = Receive(ARequest);
     } else {
         const TSendFailure Failure = SendFailureOf(errno);
         Outcome.Status = Failure.Status;
@@ -192,74 +206,86 @@ Zn::TEchoOutcome Zn::TEchoSocket::Exchange(const TEchoRequest& ARequest)
     return Outcome;
 }
 
-bool Zn::TEchoSocket::Send(const TEchoRequest& ARequest)
+/// Puts the message of a request into the buffer.
+std::span<const std::byte> Zn::TEchoSocket::Written(const TEchoRequest& ARequest)
 {
     const TEchoHead Echo{static_cast<std::uint8_t>(IsV6() ? ICMP6_ECHO_REQUEST : ICMP_ECHO), 0, FId,
                          FSequence};
-    auto Head = WriteEchoHead(Echo, ARequest.Data);
-    iovec Parts[] = {{Head.data(), Head.size()},
-                     {const_cast<std::byte*>(ARequest.Data.data()), ARequest.Data.size()}};
-    TEchoAddress Destination = ARequest.Destination;
-    TControl Control{};
-    msghdr Message{};
-    Message.msg_name = &Destination;
-    Message.msg_namelen = IsV6() ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
-    Message.msg_iov = Parts;
-    Message.msg_iovlen = std::size(Parts);
-    Message.msg_control = Control.Bytes;
-    AddOptions(Message, ARequest);
+    const auto Head = FIsRaw && !IsV6() ? WriteEchoHead(Echo, ARequest.Data) : WriteEchoHead(Echo);
+    const auto End = std::copy(Head.begin(), Head.end(), FBuffer.begin());
+    std::copy(ARequest.Data.begin(), ARequest.Data.end(), End);
+    return {FBuffer.data(), Head.size() + ARequest.Data.size()};
+}
+
+bool Zn::TEchoSocket::Send(const TEchoRequest& ARequest)
+{
+    const std::span<const std::byte> Message = Written(ARequest);
+    const bool IsPlain = !HasOptions(ARequest);
     for (int Attempt = 0; Attempt < cMostStaleErrors; ++Attempt) {
-        if (sendmsg(FSocket, &Message, 0) >= 0)
+        if (IsPlain ? SendPlain(ARequest, Message) : SendWithOptions(ARequest, Message))
             return true;
         // The failure may be an older message's, whose report waits in the error queue.
         const int Failure = errno;
         bool ThereWasOne = false;
         NextError(ThereWasOne);
-        if (!ThereWasOne && Failure != EINTR) {
-            errno = Failure;
-            return false;
-        }
         errno = Failure;
+        if (!ThereWasOne && Failure != EINTR)
+            return false;
     }
     return false;
 }
 
-Zn::TEchoOutcome Zn::TEchoSocket::Receive(const Deadline& AEnd)
+bool Zn::TEchoSocket::SendPlain(const TEchoRequest& ARequest, std::span<const std::byte> AMessage)
 {
+    return sendto(FSocket, AMessage.data(), AMessage.size(), 0, &ARequest.Destination.Any, AddressSize()) >=
+           0;
+}
+
+bool Zn::TEchoSocket::SendWithOptions(const TEchoRequest& ARequest, std::span<const std::byte> AMessage)
+{
+    iovec Part{const_cast<std::byte*>(AMessage.data()), AMessage.size()};
+    TEchoAddress Destination = ARequest.Destination;
+    TControl Control{};
+    msghdr Message{};
+    Message.msg_name = &Destination;
+    Message.msg_namelen = AddressSize();
+    Message.msg_iov = &Part;
+    Message.msg_iovlen = 1;
+    Message.msg_control = Control.Bytes;
+    AddOptions(Message, ARequest);
+    return sendmsg(FSocket, &Message, 0) >= 0;
+}
+
+Zn::TEchoOutcome Zn::TEchoSocket::Receive(const TEchoRequest& ARequest)
+{
+    TEchoOutcome Outcome;
+    if (ReceiveReply(ARequest, Outcome)) // over loopback it is there at once
+        return Outcome;
     pollfd Wait{FSocket, POLLIN, 0};
+    const Deadline End(ARequest.Timeout);
     for (;;) {
-        TEchoOutcome Outcome;
-        if (ReceiveReply(Outcome))
-            return Outcome;
         const bool IsEmpty = errno == EAGAIN || errno == EINTR;
         bool MayHaveMore = !IsEmpty || (Wait.revents & POLLERR) != 0;
         while (MayHaveMore) {
             if (const auto Reported = NextError(MayHaveMore))
                 return *Reported;
         }
-        const int Ready = poll(&Wait, 1, AEnd.PollTimeout());
-        if (Ready == 0 || (Ready < 0 && AEnd.HasPassed())) {
+        const int Ready = poll(&Wait, 1, End.PollTimeout());
+        if (Ready == 0 || (Ready < 0 && End.HasPassed())) {
             Outcome.Error = IP_REQ_TIMED_OUT;
             return Outcome;
         }
+        if (ReceiveReply(ARequest, Outcome))
+            return Outcome;
     }
 }
 
 /// True for the answer to the last request. Passes over answers to earlier ones. False with errno when there
 /// is none yet, or an error to be read.
-bool Zn::TEchoSocket::ReceiveReply(TEchoOutcome& AOutcome)
+bool Zn::TEchoSocket::ReceiveReply(const TEchoRequest& ARequest, TEchoOutcome& AOutcome)
 {
     for (;;) {
-        iovec Part{FBuffer.data(), FBuffer.size()};
-        TControl Control;
-        msghdr Message{};
-        Message.msg_name = &AOutcome.From;
-        Message.msg_namelen = sizeof(AOutcome.From);
-        Message.msg_iov = &Part;
-        Message.msg_iovlen = 1;
-        Message.msg_control = &Control;
-        Message.msg_controllen = sizeof(Control);
-        const ssize_t Size = recvmsg(FSocket, &Message, MSG_DONTWAIT);
+        const ssize_t Size = ARequest.WantsTtl ? ReceiveWithTtl(AOutcome) : ReceivePlain(AOutcome);
         if (Size < 0)
             return false;
         std::span<const std::byte> Reply(FBuffer.data(), static_cast<std::size_t>(Size));
@@ -270,11 +296,32 @@ bool Zn::TEchoSocket::ReceiveReply(TEchoOutcome& AOutcome)
             !IsOurs(Head->Id, Head->Sequence))
             continue;
         AOutcome.Data = Reply.subspan(cEchoHeadSize);
-        int Ttl = 0;
-        if (ReadControl(Message, IsV6() ? IPPROTO_IPV6 : IPPROTO_IP, IsV6() ? IPV6_HOPLIMIT : IP_TTL, Ttl))
-            AOutcome.Ttl = static_cast<std::uint8_t>(Ttl);
         return true;
     }
+}
+
+ssize_t Zn::TEchoSocket::ReceivePlain(TEchoOutcome& AOutcome)
+{
+    socklen_t Length = sizeof(AOutcome.From);
+    return recvfrom(FSocket, FBuffer.data(), FBuffer.size(), MSG_DONTWAIT, &AOutcome.From.Any, &Length);
+}
+
+ssize_t Zn::TEchoSocket::ReceiveWithTtl(TEchoOutcome& AOutcome)
+{
+    iovec Part{FBuffer.data(), FBuffer.size()};
+    TControl Control;
+    msghdr Message{};
+    Message.msg_name = &AOutcome.From;
+    Message.msg_namelen = sizeof(AOutcome.From);
+    Message.msg_iov = &Part;
+    Message.msg_iovlen = 1;
+    Message.msg_control = &Control;
+    Message.msg_controllen = sizeof(Control);
+    const ssize_t Size = recvmsg(FSocket, &Message, MSG_DONTWAIT);
+    int Ttl = 0;
+    if (Size >= 0 && ReadControl(Message, IPPROTO_IP, IP_TTL, Ttl))
+        AOutcome.Ttl = static_cast<std::uint8_t>(Ttl);
+    return Size;
 }
 
 /// Takes one report from the error queue: what it says about the last request, nothing when it is about

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "platform/icmp/Icmp.h"
-#include "platform/sync/Deadline.h"
 
 namespace Zn
 {
@@ -27,6 +26,7 @@ struct TEchoRequest
     std::span<const std::byte> Data;
     IP_OPTION_INFORMATION Options;
     std::uint32_t Timeout; // ms
+    bool WantsTtl;         // of the answer; it costs a twentieth more. IPv4 only
 };
 
 /// What became of a request: a failure of the call in Error, else a reply.
@@ -37,7 +37,7 @@ struct TEchoOutcome
     TEchoAddress From;
     std::uint32_t RoundTripTime = 0;      // ms
     std::span<const std::byte> Data = {}; // of an answer; the socket's own, until its next request
-    std::uint8_t Ttl = 0;
+    std::uint8_t Ttl = 0;                 // where it was wanted
 };
 
 /// A socket for echo requests of one family: a datagram socket of the ping group, a raw one where the
@@ -57,12 +57,19 @@ private:
     TEchoSocket(int AFamily, int ASocket, bool AIsRaw);
 
     bool IsV6() const { return FFamily == AF_INET6; }
+    socklen_t AddressSize() const { return IsV6() ? sizeof(sockaddr_in6) : sizeof(sockaddr_in); }
     bool Prepare();
     bool KeepForeignRepliesOut();
     bool SetFragmentation(bool AIsAllowed);
+    void AskForTtl();
+    std::span<const std::byte> Written(const TEchoRequest& ARequest);
     bool Send(const TEchoRequest& ARequest);
-    TEchoOutcome Receive(const Deadline& AEnd);
-    bool ReceiveReply(TEchoOutcome& AOutcome);
+    bool SendPlain(const TEchoRequest& ARequest, std::span<const std::byte> AMessage);
+    bool SendWithOptions(const TEchoRequest& ARequest, std::span<const std::byte> AMessage);
+    TEchoOutcome Receive(const TEchoRequest& ARequest);
+    bool ReceiveReply(const TEchoRequest& ARequest, TEchoOutcome& AOutcome);
+    ssize_t ReceivePlain(TEchoOutcome& AOutcome);
+    ssize_t ReceiveWithTtl(TEchoOutcome& AOutcome);
     std::optional<TEchoOutcome> NextError(bool& AThereWasOne);
     bool IsOurs(std::uint16_t AId, std::uint16_t ASequence) const;
 
@@ -70,6 +77,7 @@ private:
     int FSocket;
     bool FIsRaw;
     bool FIsCut = false; // what SetFragmentation was told last
+    bool FTellsTtl = false;
     std::uint16_t FId;
     std::uint16_t FSequence;
     std::vector<std::byte> FBuffer;

@@ -2,51 +2,38 @@
 #include <cstddef>
 #include <cstring>
 #include <new>
+#include <typeinfo>
 
 #include "platform/errors/Errors.h"
-#include "platform/icmp/EchoSocket.h"
+#include "platform/icmp/EchoHandle.h"
 #include "platform/icmp/Exports.h"
 #include "platform/icmp/Icmp.h"
-#include "platform/icmp/IdleSockets.h"
-#include "platform/sync/Mutex.h"
 
 namespace
 {
 
-class TEchoHandle : public KernelObject
+/// LookupHandleAs for the one class that it can be: two addresses are compared instead of a walk through the
+/// bases.
+std::shared_ptr<Zn::TEchoHandle> LookupEcho(THandle AHandle)
 {
-public:
-    TEchoHandle(int AFamily, Zn::THomedSocket ASocket) : FFamily(AFamily), FSocket(std::move(ASocket)) {}
-    ~TEchoHandle() override { Zn::GiveEchoSocket(FFamily, std::move(FSocket)); }
-    TEchoHandle(const TEchoHandle&) = delete;
-    TEchoHandle& operator=(const TEchoHandle&) = delete;
-
-    int Family() const { return FFamily; }
-
-    /// Runs AUse on the socket, one caller after another.
-    template <typename TUse>
-    std::uint32_t With(TUse AUse)
-    {
-        const Zn::MutexLock Lock(FMutex);
-        return AUse(*FSocket.Socket);
-    }
-
-private:
-    const int FFamily;
-    Zn::Mutex FMutex;
-    Zn::THomedSocket FSocket ZN_GUARDED_BY(FMutex);
-};
+    auto Object = LookupHandle(AHandle);
+    const KernelObject* const Place = Object.get();
+    if (Place && typeid(*Place) == typeid(Zn::TEchoHandle))
+        return std::static_pointer_cast<Zn::TEchoHandle>(std::move(Object));
+    SetLastError(ERROR_INVALID_HANDLE);
+    return nullptr;
+}
 
 THandle OpenEcho(int AFamily)
 {
     try {
         int Errno = 0;
-        auto Socket = Zn::TakeEchoSocket(AFamily, Errno);
-        if (!Socket.Socket) {
+        auto Object = Zn::TakeEchoHandle(AFamily, Errno);
+        if (!Object) {
             SetLastError(FromErrno(Errno));
             return INVALID_HANDLE_VALUE;
         }
-        const THandle Handle = RegisterHandle(std::make_shared<TEchoHandle>(AFamily, std::move(Socket)));
+        const THandle Handle = RegisterHandle(std::move(Object));
         return Handle != 0 ? Handle : INVALID_HANDLE_VALUE;
     } catch (const std::bad_alloc&) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
@@ -66,7 +53,11 @@ THandle Icmp6CreateFile()
 
 bool IcmpCloseHandle(THandle AHandle)
 {
-    return LookupHandleAs<TEchoHandle>(AHandle) && CloseHandle(AHandle);
+    auto Object = LookupEcho(AHandle);
+    if (!Object || !CloseHandle(AHandle))
+        return false;
+    Zn::GiveEchoHandle(std::move(Object));
+    return true;
 }
 
 std::uint32_t Failed(std::uint32_t AError)
@@ -120,7 +111,7 @@ template <typename TReply>
 std::uint32_t Exchange(THandle AHandle, const Zn::TEchoRequest& ARequest, void* AReply,
                        std::uint32_t AReplySize)
 {
-    const auto Handle = LookupHandleAs<TEchoHandle>(AHandle);
+    const auto Handle = LookupEcho(AHandle);
     if (!Handle)
         return 0;
     if (Handle->Family() != ARequest.Destination.Any.sa_family)
@@ -143,6 +134,7 @@ Zn::TEchoRequest RequestOf(const void* AData, std::uint16_t ADataSize, const IP_
 {
     Zn::TEchoRequest Request{};
     Request.Data = {static_cast<const std::byte*>(AData), AData ? ADataSize : std::size_t{0}};
+    Request.WantsTtl = AOptions != nullptr;
     if (AOptions)
         Request.Options = *AOptions;
     Request.Timeout = ATimeout;

@@ -35,7 +35,8 @@ enum : std::uint32_t {
 
 inline constexpr std::uint8_t IP_FLAG_DF = 0x02; // routers may not cut the packet into fragments
 
-/// The head of a request, as far as it can be chosen; of an answer, as far as it is known.
+/// The head of a request, as far as it can be chosen; of an answer, its time to live, where the request came
+/// with such a record.
 struct IP_OPTION_INFORMATION
 {
     std::uint8_t Ttl = 0; // 0 in a request: the system's default

@@ -88,6 +88,7 @@ public:
         ICMP_ECHO_REPLY Reply;
         std::memcpy(&Reply, Area.data(), sizeof(Reply));
         if (Reply.Status == IP_SUCCESS) {
+            FTtl = Reply.Options.Ttl;
             EXPECT_EQ(Reply.DataSize, ASize);
             EXPECT_EQ(std::memcmp(Reply.Data, Data.data(), ASize), 0);
         }
@@ -115,6 +116,9 @@ public:
         return std::to_string(Reply.Status) + " " + ZnIPAddrToStr(Reply.Address.sin6_addr);
     }
 
+    /// Of the last answer.
+    int Ttl() const { return FTtl; }
+
     TIcmpCreateFile Create = nullptr;
     TIcmpCreateFile Create6 = nullptr;
     TIcmpSendEcho SendEcho = nullptr;
@@ -138,6 +142,7 @@ private:
     }
 
     THandle FLibrary = LoadLibrary("Icmp.dll");
+    int FTtl = 0;
 };
 
 TEST_P(PingLab, HostsAnswer)
@@ -195,6 +200,7 @@ TEST_P(PingLab, HopsAndSizesHaveTheirLimits)
     const IP_OPTION_INFORMATION Whole{0, 0, IP_FLAG_DF, 0, nullptr};
     EXPECT_EQ(Echo.Send("10.2.0.2", 4, OneHop), "11013 10.1.0.2");
     EXPECT_EQ(Echo.Send("10.2.0.2", 4, TwoHops), "0 10.2.0.2");
+    EXPECT_EQ(Echo.Ttl(), 63) << "of the answer, one hop away from 64";
     EXPECT_EQ(Echo.Send6("fd02::2", 4, OneHop), "11013 fd01::2");
     EXPECT_EQ(Echo.Send6("fd02::2", 4, TwoHops), "0 fd02::2");
     EXPECT_EQ(Echo.Send("10.2.0.2", 5000, {}), "0 10.2.0.2") << "in fragments";
@@ -231,6 +237,25 @@ TEST_P(PingLab, SimultaneousRequestsGetTheirOwnAnswers)
     }
     for (std::thread& Thread : Threads)
         Thread.join();
+}
+
+/// Sockets belong to the namespace they were made in, and threads keep idle ones.
+TEST_P(PingLab, AThreadThatMovesPingsFromWhereItIs)
+{
+    const Zn::TLabHost Silent; // its loopback is down
+    const int Here = open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
+    const int There = open(("/proc/" + Silent.Number() + "/ns/net").c_str(), O_RDONLY | O_CLOEXEC);
+    for (const auto& [Address, Family] : {std::pair("127.0.0.1", ipV4), std::pair("::1", ipV6)}) {
+        for (int Count = 0; Count < 300; ++Count) {
+            ASSERT_EQ(setns(There, CLONE_NEWNET), 0);
+            const TPingResult Away = Ping(Address, cPatience, Family);
+            ASSERT_EQ(setns(Here, CLONE_NEWNET), 0);
+            ASSERT_NE(Away, prSuccess) << Count;
+            ASSERT_EQ(Ping(Address, cPatience, Family), prSuccess) << Count;
+        }
+    }
+    close(Here);
+    close(There);
 }
 
 TEST_P(PingLab, ArgumentsAreChecked)
