@@ -42,11 +42,12 @@ protected:
                      "--dhcp-authoritative --no-ping --dhcp-option=6 --user=root "
                      "--dhcp-range=10.9.0.50,10.9.0.60,1h --dhcp-range=10.9.1.50,10.9.1.60,1h "
                      "--dhcp-leasefile=" +
-                     Path("leases") + " --pid-file=" + Path("server.pid"));
+                     Path("leases") + " --pid-file=" + Path("server.pid") +
+                     " --log-facility=" + Path("server.log"));
     }
     void TearDown() override
     {
-        for (const char* File : {"client.pid", "server.pid"}) {
+        for (const char* File : {"client.pid", "manager.pid", "bus.pid", "server.pid"}) {
             if (const pid_t Process = ProcessIn(File); Process > 0)
                 kill(Process, SIGKILL);
         }
@@ -82,20 +83,53 @@ protected:
             " -pf " + Path("client.pid") + " " + AInterfaces + " 2>/dev/null");
     }
 
+    /// A program that manages interfaces, with a message bus and state folders of its own. It is asked for
+    /// over the bus that the environment names.
+    void StartManager(const std::string& AProgram, const std::string& APreparation)
+    {
+        chmod(FFolder.Path().c_str(), 0755); // some managers give up being root
+        std::ofstream(Path("bus.conf"))
+            << "<busconfig><type>system</type><listen>unix:path=" << Path("bus")
+            << "</listen><policy context=\"default\"><allow user=\"*\"/><allow own=\"*\"/>"
+               "<allow send_destination=\"*\"/><allow receive_sender=\"*\"/></policy></busconfig>";
+        setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + Path("bus")).c_str(), 1);
+        Run("dbus-daemon --fork --print-pid=3 --nopidfile --config-file=" + Path("bus.conf") + " 3>" +
+            Path("bus.pid") + " 2>" + Path("bus.log"));
+        Run("unshare -m sh -ec \"mount -t sysfs -o ro sysfs /sys; mount -t tmpfs tmpfs /run; " +
+            APreparation + "; exec " + AProgram + "\" > " + Path("manager.log") + " 2>&1 & echo $! > " +
+            Path("manager.pid"));
+    }
+
     /// The IPv4 address of an interface; empty for none.
     static std::string AddressOf(const std::string& AName)
     {
         const TZnNetworkAdapters Adapters;
         const TZnIPAddressList& List = Adapters.FindAdapter(AName)->GetIPAddresses();
-        return List.Count() > 0 ? List.GetAddress(0)->GetAsString() : std::string();
+        const bool IsThere = List.Count() > 0 && List.GetAddress(0)->GetIPType() == ipV4;
+        return IsThere ? List.GetAddress(0)->GetAsString() : std::string();
     }
-    /// The same, of one that is to get it soon.
+    /// What others do takes its time. True when it is done.
+    template <typename TRule>
+    static bool IsSoon(TRule ARule)
+    {
+        const Zn::Deadline End(30'000);
+        while (!ARule() && !End.HasPassed())
+            poll(nullptr, 0, 20);
+        return ARule();
+    }
     static std::string NewAddressOf(const std::string& AName)
     {
-        const Zn::Deadline End(20'000);
-        while (AddressOf(AName).empty() && !End.HasPassed())
-            poll(nullptr, 0, 20);
+        IsSoon([&] { return !AddressOf(AName).empty(); });
         return AddressOf(AName);
+    }
+    /// How often the server has confirmed a lease.
+    std::size_t Confirmations() const
+    {
+        const std::string Log = TextOf("server.log");
+        std::size_t Count = 0;
+        for (std::size_t At = 0; (At = Log.find("DHCPACK", At)) != std::string::npos; ++At)
+            ++Count;
+        return Count;
     }
     static std::uint32_t Release(const std::string& AName)
     {
@@ -153,6 +187,43 @@ TEST_F(LeaseLab, ThatNobodyGivesAreAnError)
     kill(ProcessIn("server.pid"), SIGKILL);
     EXPECT_EQ(Renew("h0"), std::uint32_t{ERROR_GEN_FAILURE});
     EXPECT_EQ(AddressOf("h0"), "");
+}
+
+TEST_F(LeaseLab, OfNetworkdAreAskedForAnew)
+{
+    if (access("/lib/systemd/systemd-networkd", X_OK) != 0)
+        GTEST_SKIP() << "systemd-networkd is not installed";
+    std::ofstream(Path("h0.network")) << "[Match]\nName=h0\n[Network]\nDHCP=ipv4\n";
+    StartManager("/lib/systemd/systemd-networkd",
+                 "mkdir -p /run/systemd/network; cp " + Path("h0.network") + " /run/systemd/network");
+    ASSERT_EQ(NewAddressOf("h0").substr(0, 7), "10.9.0.") << TextOf("manager.log");
+    const std::size_t Before = Confirmations();
+    EXPECT_EQ(Release("h0"), std::uint32_t{ERROR_NOT_SUPPORTED}) << "it has no such order";
+    EXPECT_EQ(Renew("h0"), std::uint32_t{NO_ERROR});
+    EXPECT_TRUE(IsSoon([&] { return Confirmations() > Before; })) << TextOf("manager.log");
+    EXPECT_NE(AddressOf("h0"), "");
+    EXPECT_EQ(Renew("h1"), std::uint32_t{ERROR_NOT_SUPPORTED}) << "it leaves that one alone";
+}
+
+TEST_F(LeaseLab, OfNetworkManagerGoAndComeBack)
+{
+    if (access("/usr/sbin/NetworkManager", X_OK) != 0)
+        GTEST_SKIP() << "NetworkManager is not installed";
+    std::ofstream(Path("nm.conf")) << "[main]\nplugins=keyfile\ndhcp=internal\ndns=none\n"
+                                      "auth-polkit=false\n[keyfile]\nunmanaged-devices=interface-name:h1\n";
+    StartManager(
+        "NetworkManager --no-daemon --config-dir=/run/none --system-config-dir=/run/none "
+        "--config=" +
+            Path("nm.conf") + " --intern-config=" + Path("nm.intern") + " --state-file=" + Path("nm.state") +
+            " --pid-file=" + Path("nm.pid"),
+        "mkdir -p /run/NetworkManager /var/lib/NetworkManager; mount -t tmpfs tmpfs /var/lib/NetworkManager");
+    ASSERT_EQ(NewAddressOf("h0").substr(0, 7), "10.9.0.") << TextOf("manager.log");
+    EXPECT_EQ(Release("h0"), std::uint32_t{NO_ERROR});
+    EXPECT_TRUE(IsSoon([] { return AddressOf("h0").empty(); }));
+    const std::size_t Before = Confirmations();
+    EXPECT_EQ(Renew("h0"), std::uint32_t{NO_ERROR});
+    EXPECT_TRUE(IsSoon([&] { return Confirmations() > Before && !AddressOf("h0").empty(); }));
+    EXPECT_EQ(Renew("h1"), std::uint32_t{ERROR_NOT_SUPPORTED}) << "it leaves that one alone";
 }
 
 } // namespace
