@@ -156,6 +156,10 @@ TEST_F(LeaseLab, OfADhclientGoAndComeBack)
     ASSERT_EQ(First.substr(0, 7), "10.9.0.");
     ASSERT_EQ(Other.substr(0, 7), "10.9.1.");
 
+    // A client notes its lease behind the address, and can give back only what it has noted.
+    const auto IsNoted = [&](const std::string& A) { return TextOf("kept").find(A) != std::string::npos; };
+    ASSERT_TRUE(IsSoon([&] { return IsNoted(First) && IsNoted(Other); }));
+
     const pid_t Before = ProcessIn("client.pid");
     EXPECT_EQ(Release("h0"), std::uint32_t{NO_ERROR});
     EXPECT_EQ(AddressOf("h0"), "");
