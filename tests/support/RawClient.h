@@ -13,25 +13,12 @@
 #include <unistd.h>
 #include <utility>
 
-/// A port of the loopback that was free a moment ago.
-inline std::uint16_t FreePort()
-{
-    const int Fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in Address{};
-    Address.sin_family = AF_INET;
-    Address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t Length = sizeof Address;
-    if (bind(Fd, reinterpret_cast<sockaddr*>(&Address), Length) != 0 ||
-        getsockname(Fd, reinterpret_cast<sockaddr*>(&Address), &Length) != 0)
-        throw std::runtime_error("no free port");
-    close(Fd);
-    return ntohs(Address.sin_port);
-}
+#include "tests/support/FreePort.h"
 
 class RawClient
 {
 public:
-    static constexpr int Limit = 10'000; // ms for any one wait
+    static constexpr int Limit = 15'000; // ms for any one wait; the service's own limits are longer
 
     explicit RawClient(std::uint16_t APort, int AReceiveBuffer = 0) : FFd(socket(AF_INET, SOCK_STREAM, 0))
     {

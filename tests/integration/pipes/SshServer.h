@@ -12,6 +12,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tests/support/FreePort.h"
+
 namespace Zn
 {
 
@@ -53,7 +55,7 @@ public:
         std::vector<std::string> Command = FMounts;
         Command.insert(Command.end(), {cProgram, "-D", "-e", "-f", FFolder + "/config"});
         FProcess = Spawn(Command);
-        for (int Turn = 0; Turn < 1000 && !Answers(); ++Turn)
+        for (int Turn = 0; Turn < 6000 && !Answers(); ++Turn)
             usleep(10000);
     }
     /// With every session, as when the host goes down.
@@ -108,16 +110,6 @@ private:
 
     static constexpr const char* cProgram = "/usr/sbin/sshd";
 
-    static int FreePort()
-    {
-        const int Socket = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in Address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
-        socklen_t Length = sizeof(Address);
-        bind(Socket, reinterpret_cast<sockaddr*>(&Address), Length);
-        getsockname(Socket, reinterpret_cast<sockaddr*>(&Address), &Length);
-        close(Socket);
-        return ntohs(Address.sin_port);
-    }
     bool Answers() const
     {
         const int Socket = socket(AF_INET, SOCK_STREAM, 0);

@@ -56,12 +56,12 @@ protected:
 
 TEST_F(Proxies, BothVersionsOfThePROXYProtocolTellTheClient)
 {
-    const std::uint16_t Plain = Zn::FreePort(), Secure = Zn::FreePort();
+    const std::uint16_t Plain = FreePort(), Secure = FreePort();
     TChildProcess Server({ZN_PROGRAM, "serve", "--demo", "--bind", "http://" + Address(Plain) + "/", "--bind",
                           "https://" + Address(Secure) + "/", "--cert", Name("c.pem"), "--trusted-proxy",
                           "127.0.0.1", "--trusted-proxy", "10.0.0.0/8", "--proxy-protocol", Name("site")});
     ASSERT_TRUE(Server.WaitForOutput("Press Ctrl+C", cPatience)) << Server.Errors();
-    const std::uint16_t V1 = Zn::FreePort(), V2 = Zn::FreePort(), V2Secure = Zn::FreePort();
+    const std::uint16_t V1 = FreePort(), V2 = FreePort(), V2Secure = FreePort();
     StartProxy(Way("http", V1, Plain, "send-proxy") + Way("http", V2, Plain, "send-proxy-v2") +
                Way("tcp", V2Secure, Secure, "send-proxy-v2"));
     for (const std::string& Root :
@@ -95,7 +95,7 @@ TEST_F(Proxies, BothVersionsOfThePROXYProtocolTellTheClient)
 
 TEST_F(Proxies, ForwardedFieldsCountFromTrustedProxiesOnly)
 {
-    const std::uint16_t Port = Zn::FreePort(), Front = Zn::FreePort();
+    const std::uint16_t Port = FreePort(), Front = FreePort();
     TChildProcess Server({ZN_PROGRAM, "serve", "--demo", "--bind", "http://*:" + std::to_string(Port) + "/",
                           "--trusted-proxy", "127.0.0.1", Name("site")});
     ASSERT_TRUE(Server.WaitForOutput("Press Ctrl+C", cPatience)) << Server.Errors();

@@ -28,7 +28,7 @@ protected:
 
 TEST_F(SecureServe, CurlVerifiesTheCertificateAndReadsPagesAndFiles)
 {
-    const std::uint16_t Port = Zn::FreePort();
+    const std::uint16_t Port = FreePort();
     const std::string Root = "https://localhost:" + std::to_string(Port) + "/";
     TChildProcess Server({ZN_PROGRAM, "serve", "--bind", Root, "--cert", Name("c.pem"), "--key",
                           Name("k.pem"), "--client-ca", Name("c.pem"), Name("site")});

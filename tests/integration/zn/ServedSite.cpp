@@ -1,14 +1,11 @@
 #include "tests/integration/zn/ServedSite.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
-#include <netinet/in.h>
 #include <sstream>
 #include <stdexcept>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -23,21 +20,6 @@ void TTemporaryFolder::Write(const std::string& AName, std::string_view AContent
     const timespec Date{.tv_sec = 1583020800, .tv_nsec = 0};
     const timespec Times[2] = {Date, Date};
     utimensat(AT_FDCWD, File.c_str(), Times, 0);
-}
-
-std::uint16_t FreePort()
-{
-    const int Socket = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in Address{};
-    Address.sin_family = AF_INET;
-    Address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t Length = sizeof(Address);
-    auto* const Generic = reinterpret_cast<sockaddr*>(&Address);
-    const bool Bound = bind(Socket, Generic, Length) == 0 && getsockname(Socket, Generic, &Length) == 0;
-    close(Socket);
-    if (!Bound)
-        throw std::runtime_error("no free port");
-    return ntohs(Address.sin_port);
 }
 
 THttpAnswer Curl(std::vector<std::string> AArguments)

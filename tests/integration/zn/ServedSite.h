@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/integration/zn/ChildProcess.h"
+#include "tests/support/FreePort.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Zn
@@ -23,9 +24,6 @@ class TTemporaryFolder : public TemporaryFolder
 public:
     void Write(const std::string& AName, std::string_view AContent) const;
 };
-
-/// A port of the loopback that nobody has just now.
-std::uint16_t FreePort();
 
 /// An answer as curl saw it.
 struct THttpAnswer
