@@ -3,21 +3,19 @@
 
 #include "uZnWinINet.h"
 
-#include <filesystem>
-
 #include <gtest/gtest.h>
 
 #include "common/Hash.h"
 #include "tests/integration/server/ServerHarness.h"
 #include "tests/integration/zn/ChildProcess.h"
 #include "tests/support/ScriptedPeer.h"
+#include "tests/support/TemporaryFolder.h"
 #include "uZnWinHTTP.h"
 
 namespace
 {
 
 using namespace std::chrono_literals;
-namespace fs = std::filesystem;
 
 /// A server that lets nobody in but anna, whose password is "secret".
 struct GuardedServer : ServerHarness
@@ -50,36 +48,33 @@ struct GuardedServer : ServerHarness
 class SelfSigned
 {
 public:
-    explicit SelfSigned(const std::string& AName = "localhost")
-        : Port(FreePort()), FFolder(fs::temp_directory_path() / ("zn-wininet-" + std::to_string(getpid())))
+    explicit SelfSigned(const std::string& AName = "localhost") : Port(FreePort())
     {
-        fs::create_directories(FFolder);
         Zn::TChildProcess Maker(
             {"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes",
              "-days", "2", "-subj", "/O=Gr\xC3\xBC\xC3\x9F\x1B[2J/CN=" + AName, "-utf8", "-addext",
              "subjectAltName=DNS:" + AName, "-keyout", File("key.pem"), "-out", File("cert.pem")});
-        EXPECT_EQ(Maker.WaitForExit(30s), 0) << Maker.Errors();
+        EXPECT_EQ(Maker.WaitForExit(60s), 0) << Maker.Errors();
         FServer = std::make_unique<Zn::TChildProcess>(
             std::vector<std::string>{"openssl", "s_server", "-www", "-accept", std::to_string(Port), "-cert",
                                      File("cert.pem"), "-key", File("key.pem")});
-        EXPECT_TRUE(FServer->WaitForOutput("ACCEPT", 30s)) << FServer->Errors();
+        EXPECT_TRUE(FServer->WaitForOutput("ACCEPT", 60s)) << FServer->Errors();
     }
-    ~SelfSigned() { fs::remove_all(FFolder); }
     std::string Url() const { return "https://localhost:" + std::to_string(Port) + "/"; }
     std::string Fingerprint() const
     {
         Zn::TChildProcess Reader(
             {"openssl", "x509", "-noout", "-fingerprint", "-sha256", "-in", File("cert.pem")});
-        Reader.WaitForExit(30s);
+        Reader.WaitForExit(60s);
         const std::string Text = Reader.Output();
         return Text.substr(Text.find('=') + 1, 95);
     }
     const std::uint16_t Port;
 
 private:
-    std::string File(const char* AName) const { return (FFolder / AName).string(); }
+    std::string File(const char* AName) const { return FFolder.Path(AName); }
 
-    fs::path FFolder;
+    Zn::TemporaryFolder FFolder;
     std::unique_ptr<Zn::TChildProcess> FServer;
 };
 

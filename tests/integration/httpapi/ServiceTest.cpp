@@ -1,11 +1,11 @@
 #include "platform/httpapi/Httpapi.h"
 
 #include <atomic>
-#include <cstdio>
 
 #include "platform/sync/Event.h"
 #include "platform/sync/File.h"
 #include "tests/integration/httpapi/ServiceHarness.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace
 {
@@ -175,13 +175,9 @@ TEST(Service, FramesTheBodyByWhatTheHandlerGives)
 TEST(Service, SendsFilesByRangeBesideMemory)
 {
     const std::string Content = Repeated(2'000'000);
-    char Name[] = "/tmp/zn-service-XXXXXX";
-    const int Fd = mkstemp(Name);
-    ASSERT_EQ(write(Fd, Content.data(), Content.size()), static_cast<ssize_t>(Content.size()));
-    close(Fd);
-    const THandle File = OpenFileForRead(Name);
+    const Zn::TemporaryFolder Folder;
+    const THandle File = OpenFileForRead(Folder.Write("file", Content).c_str());
     ASSERT_NE(File, 0U);
-    std::remove(Name);
     TestService Service([&](TestService& AService, const THTTP_REQUEST& ARequest) {
         THTTP_DATA_CHUNK Chunks[3]{};
         Chunks[0].FromMemory = {"<", 1};

@@ -1,8 +1,8 @@
-#include <cstdio>
 #include <random>
 
 #include "platform/sync/File.h"
 #include "tests/integration/httpapi/ServiceHarness.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/TlsClient.h"
 
 namespace
@@ -70,13 +70,8 @@ TEST(Tls, CarriesPipelinedRequestsLargeBodiesAndFiles)
     std::mt19937 Random(1);
     for (char& Each : Large)
         Each = static_cast<char>('a' + Random() % 26);
-    char Name[] = "/tmp/zn-tls-XXXXXX";
-    close(mkstemp(Name));
-    std::FILE* const Out = std::fopen(Name, "w");
-    ASSERT_EQ(std::fwrite(Large.data(), 1, Large.size(), Out), Large.size());
-    std::fclose(Out);
-    const THandle File = OpenFileForRead(Name);
-    std::remove(Name);
+    const Zn::TemporaryFolder Folder;
+    const THandle File = OpenFileForRead(Folder.Write("file", Large).c_str());
     SecureService Service([&](TestService& AService, const THTTP_REQUEST& ARequest) {
         if (FullUrl(ARequest).ends_with("/file")) {
             THTTP_DATA_CHUNK Chunk{};

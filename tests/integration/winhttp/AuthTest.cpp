@@ -11,6 +11,7 @@
 #include "tests/integration/zn/ChildProcess.h"
 #include "tests/support/RawClient.h"
 #include "tests/support/ScriptedPeer.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace
 {
@@ -18,25 +19,16 @@ namespace
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-class Folder
+/// A folder in which a server of another user works.
+struct Folder : Zn::TemporaryFolder
 {
-public:
-    explicit Folder(const char* AName) : FPath(fs::temp_directory_path() / (AName + std::to_string(getpid())))
-    {
-        fs::create_directories(FPath);
-        fs::permissions(FPath, fs::perms::all);
-    }
-    ~Folder() { fs::remove_all(FPath); }
-    std::string operator/(const char* AName) const { return (FPath / AName).string(); }
-    std::string Text() const { return FPath.string(); }
-
-private:
-    fs::path FPath;
+    Folder() { fs::permissions(Path(), fs::perms::all); }
+    std::string operator/(const char* AName) const { return Path(AName); }
 };
 
 bool Accepts(std::uint16_t APort)
 {
-    for (int Try = 0; Try < 500; ++Try) {
+    for (int Try = 0; Try < 3000; ++Try) {
         try {
             RawClient Client(APort);
             return true;
@@ -51,10 +43,10 @@ bool Accepts(std::uint16_t APort)
 class Apache
 {
 public:
-    Apache() : Port(FreePort()), FFolder("zn-apache-")
+    Apache() : Port(FreePort())
     {
         const std::string Modules = "/usr/lib/apache2/modules/";
-        std::string Text = "ServerRoot " + FFolder.Text() +
+        std::string Text = "ServerRoot " + FFolder.Path().string() +
                            "\nServerName localhost\nListen 127.0.0.1:" + std::to_string(Port) + "\nPidFile " +
                            (FFolder / "pid") + "\nErrorLog " + (FFolder / "log") + "\nDocumentRoot " +
                            (FFolder / "site") + "\nMutex pthread\n";
@@ -64,14 +56,13 @@ public:
                                  "auth_basic", "auth_digest"})
             Text += "LoadModule " + std::string(Each) + "_module " + Modules + "mod_" + Each + ".so\n";
         for (const char* Each : {"open", "basic", "digest"}) {
-            fs::create_directories(FFolder / "site" + "/" + Each);
-            std::ofstream(FFolder / "site" + "/" + Each + "/index.txt") << Each;
+            FFolder.Write(std::string("site/") + Each + "/index.txt", Each);
         }
         Text += "<Location /basic>\nAuthType Basic\nAuthName b\nAuthUserFile " + (FFolder / "basic") +
                 "\nRequire valid-user\n</Location>\n<Location /digest>\nAuthType Digest\nAuthName "
                 "d\nAuthUserFile " +
                 (FFolder / "digest") + "\nRequire valid-user\n</Location>\n";
-        std::ofstream(FFolder / "conf") << Text;
+        FFolder.Write("conf", Text);
         MakeAccounts();
         FServer = std::make_unique<Zn::TChildProcess>(
             std::vector<std::string>{"/usr/sbin/apache2", "-X", "-f", FFolder / "conf"});
@@ -88,7 +79,7 @@ private:
             "; echo \"user:{SHA}$(printf 'pass word' | openssl sha1 -binary | base64)\" > " +
             (FFolder / "basic");
         Zn::TChildProcess Shell({"/bin/sh", "-c", Script});
-        EXPECT_EQ(Shell.WaitForExit(10s), 0);
+        EXPECT_EQ(Shell.WaitForExit(60s), 0);
     }
     Folder FFolder;
     std::unique_ptr<Zn::TChildProcess> FServer;
@@ -192,7 +183,7 @@ TEST(Auth, OnlyWhatWasAskedForIsSent)
 class Tinyproxy
 {
 public:
-    Tinyproxy() : Port(FreePort()), FFolder("zn-proxy-")
+    Tinyproxy() : Port(FreePort())
     {
         std::ofstream(FFolder / "conf")
             << "Port " << Port << "\nListen 127.0.0.1\nTimeout 60\nMaxClients 20\n"

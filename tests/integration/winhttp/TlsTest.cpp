@@ -1,16 +1,13 @@
 // Certificates of each kind against openssl s_server: what is refused with which number, and what forgives
 // it.
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include "tests/integration/winhttp/Exchange.h"
 #include "tests/integration/zn/ChildProcess.h"
 #include "tests/support/RawClient.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace
 {
@@ -27,23 +24,16 @@ public:
         static const Certificates Instance;
         return Instance;
     }
-    std::string File(const std::string& AName) const { return (FFolder / AName).string(); }
-    std::string Bytes(const std::string& AName) const
-    {
-        std::ifstream Stream(FFolder / AName, std::ios::binary);
-        std::stringstream Text;
-        Text << Stream.rdbuf();
-        return Text.str();
-    }
+    std::string File(const std::string& AName) const { return FFolder.Path(AName); }
+    std::string Bytes(const std::string& AName) const { return FFolder.Read(AName); }
 
 private:
-    Certificates() : FFolder(fs::temp_directory_path() / ("zn-winhttp-" + std::to_string(getpid())))
+    Certificates()
     {
-        fs::create_directories(FFolder);
-        std::ofstream(FFolder / "server.ext") << "subjectAltName=DNS:localhost,IP:127.0.0.1\n";
-        std::ofstream(FFolder / "other.ext") << "subjectAltName=DNS:other.example\n";
-        std::ofstream(FFolder / "client.ext")
-            << "extendedKeyUsage=clientAuth\nsubjectAltName=DNS:localhost,IP:127.0.0.1\n";
+        FFolder.Write("server.ext", "subjectAltName=DNS:localhost,IP:127.0.0.1\n");
+        FFolder.Write("other.ext", "subjectAltName=DNS:other.example\n");
+        FFolder.Write("client.ext",
+                      "extendedKeyUsage=clientAuth\nsubjectAltName=DNS:localhost,IP:127.0.0.1\n");
         Run("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj /CN=Test "
             "-keyout ca.key -out ca.pem");
         Make("good", "server.ext", "-days 2");
@@ -55,7 +45,6 @@ private:
         Run("openssl rsa -aes128 -passout pass:geheim -in client.key -out locked.key || "
             "openssl ec -aes128 -passout pass:geheim -in client.key -out locked.key");
     }
-    ~Certificates() { fs::remove_all(FFolder); }
     void Make(const std::string& AName, const std::string& AExtensions, const std::string& ADays) const
     {
         Run("openssl req -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -subj /CN=" + AName +
@@ -65,12 +54,12 @@ private:
     }
     void Run(const std::string& ACommand) const
     {
-        Zn::TChildProcess Shell({"/bin/sh", "-c", "cd " + FFolder.string() + " && " + ACommand});
-        if (Shell.WaitForExit(30s) != 0)
+        Zn::TChildProcess Shell({"/bin/sh", "-c", "cd " + FFolder.Path().string() + " && " + ACommand});
+        if (Shell.WaitForExit(60s) != 0)
             ADD_FAILURE() << ACommand << "\n" << Shell.Errors();
     }
 
-    fs::path FFolder;
+    Zn::TemporaryFolder FFolder;
 };
 
 /// openssl s_server with one of the certificates; answers each GET with a page.
@@ -80,7 +69,7 @@ public:
     explicit SecurePeer(const std::string& AName, std::vector<std::string> AMore = {})
         : Port(FreePort()), FServer(Arguments(AName, Port, std::move(AMore)))
     {
-        EXPECT_TRUE(FServer.WaitForOutput("ACCEPT", 30s)) << FServer.Errors();
+        EXPECT_TRUE(FServer.WaitForOutput("ACCEPT", 60s)) << FServer.Errors();
     }
     const std::uint16_t Port;
 
@@ -188,7 +177,7 @@ TEST(Tls, AServerThatDoesNotSpeakIt)
     const std::uint16_t Port = FreePort();
     Zn::TChildProcess Server(
         {"python3", "-u", "-m", "http.server", "--bind", "127.0.0.1", std::to_string(Port)});
-    ASSERT_TRUE(Server.WaitForOutput("Serving", 30s));
+    ASSERT_TRUE(Server.WaitForOutput("Serving", 60s));
     EXPECT_EQ(SecureClient(Port).Ask(), ERROR_WINHTTP_SECURE_CHANNEL_ERROR);
 }
 

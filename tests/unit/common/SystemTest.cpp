@@ -13,14 +13,14 @@
 
 TEST(System, FileSizeIsThatOfFilesOnly)
 {
-    std::string Name = testing::TempDir() + "zn-size-XXXXXX";
-    close(mkstemp(Name.data()));
+    const Zn::TemporaryFolder Folder;
+    const std::string Name = Folder.Write("size", "");
     EXPECT_EQ(ZnGetFileSize(Name), 0);
     std::filesystem::resize_file(Name, std::int64_t{5} << 30); // sparse
     EXPECT_EQ(ZnGetFileSize(Name), std::int64_t{5} << 30);
     std::filesystem::remove(Name);
     EXPECT_EQ(ZnGetFileSize(Name), -1);
-    EXPECT_EQ(ZnGetFileSize(testing::TempDir()), -1);
+    EXPECT_EQ(ZnGetFileSize(Folder.Path().string()), -1);
 }
 
 TEST(System, OnlyWebAddressesReachTheBrowser)

@@ -1,7 +1,6 @@
 #include "platform/power/Power.h"
 
 #include <csignal>
-#include <filesystem>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,6 +11,7 @@
 
 #include "platform/messages/Messages.h"
 #include "platform/sync/Deadline.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace
 {
@@ -33,8 +33,7 @@ class PrivateBus
 public:
     PrivateBus()
     {
-        FAddress = "unix:path=" + std::filesystem::temp_directory_path().string() + "/zn-bus-" +
-                   std::to_string(getpid());
+        FAddress = "unix:path=" + FFolder.Path("bus");
         std::string Address = "--address=" + FAddress;
         char Program[] = "dbus-daemon", Kind[] = "--session", Stay[] = "--nofork";
         char* Arguments[] = {Program, Kind, Stay, Address.data(), nullptr};
@@ -55,7 +54,7 @@ public:
     /// Connects as the login manager.
     sd_bus* OpenAsLoginManager() const
     {
-        const Zn::Deadline Limit(10000);
+        const Zn::Deadline Limit(60000);
         sd_bus* Bus = nullptr;
         while (sd_bus_open_system(&Bus) < 0 && !Limit.HasPassed())
             usleep(10000);
@@ -64,6 +63,7 @@ public:
     }
 
 private:
+    Zn::TemporaryFolder FFolder;
     std::string FAddress;
     pid_t FProcess = -1;
 };
@@ -91,7 +91,7 @@ TEST(Power, TheLoginManagersSignalReachesEveryWindow)
     ASSERT_TRUE(Watch);
     EXPECT_EQ(Watch, Zn::PowerWatch::Shared());
     // The watch subscribes on its own thread: the signal is sent until it has been heard.
-    const Zn::Deadline Limit(20000);
+    const Zn::Deadline Limit(60000);
     while (Window.Seen.empty() && !Limit.HasPassed()) {
         sd_bus_emit_signal(Manager, "/org/freedesktop/login1", "org.freedesktop.login1.Manager",
                            "PrepareForSleep", "b", 1);

@@ -5,10 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <netinet/in.h>
 #include <stdexcept>
-#include <unistd.h>
 
 #include "platform/errors/Errors.h"
 #include "platform/sync/Event.h"
@@ -306,7 +304,7 @@ ScriptedService::~ScriptedService()
 template <class TCondition>
 void ScriptedService::WaitUntil(std::unique_lock<std::mutex>& ALock, const char* AWhat, TCondition ACondition)
 {
-    if (!FChanged.wait_for(ALock, std::chrono::seconds(10), ACondition))
+    if (!FChanged.wait_for(ALock, std::chrono::seconds(60), ACondition))
         throw std::runtime_error(std::string("waited in vain for ") + AWhat);
 }
 
@@ -487,20 +485,4 @@ std::uint32_t ScriptedService::ArmDisconnect(OVERLAPPED* AOverlapped)
         FDisconnectEvent = AOverlapped->hEvent;
     FChanged.notify_all();
     return WaitForDisconnectResult;
-}
-
-ScratchFile::ScratchFile(const std::string& AContent)
-{
-    const char* const Folder = std::getenv("TMPDIR");
-    FName = std::string(Folder ? Folder : "/tmp") + "/zn-scratch-XXXXXX";
-    const int Fd = mkstemp(FName.data());
-    if (Fd < 0)
-        throw std::runtime_error("no scratch file");
-    close(Fd);
-    std::ofstream(FName, std::ios::binary) << AContent;
-}
-
-ScratchFile::~ScratchFile()
-{
-    std::remove(FName.c_str());
 }

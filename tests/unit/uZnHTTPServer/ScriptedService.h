@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/loader/Loader.h"
+#include "tests/support/TemporaryFolder.h"
 #include "uZnHTTPServer.h"
 
 struct ScriptedRequest
@@ -118,10 +119,10 @@ private:
 class ScratchFile
 {
 public:
-    explicit ScratchFile(const std::string& AContent);
-    ~ScratchFile();
+    explicit ScratchFile(const std::string& AContent) : FName(FFolder.Write("file", AContent)) {}
     const std::string& Name() const { return FName; }
 
 private:
+    Zn::TemporaryFolder FFolder;
     std::string FName;
 };
