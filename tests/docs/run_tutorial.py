@@ -11,7 +11,7 @@ import sys
 import tempfile
 from pathlib import Path
 
-LIMIT = 120  # s for all commands
+LIMIT = 400  # s for all commands
 
 
 def blocks(page, language):
@@ -34,7 +34,7 @@ def script(commands):
     for number, command in enumerate(commands):
         if command.endswith("&"):
             lines.append(f"{command[:-1]} >started 2>&1 &")
-            lines.append("for i in $(seq 100); do [ -s started ] && break; sleep 0.1; done; head -1 started; : >started")
+            lines.append("for i in $(seq 600); do [ -s started ] && break; sleep 0.1; done; head -1 started; : >started")
         elif command == "kill %1":
             lines.append("kill $!; wait $! 2>/dev/null")
         else:

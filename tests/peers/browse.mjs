@@ -10,7 +10,7 @@ const { chromium } = await import("playwright-core").catch(() => {
 });
 
 const [user, start, end] = process.argv.slice(2);
-const limit = 20_000; // ms, for each step
+const limit = 60_000; // ms, for each step
 
 const browser = await chromium.launch({
   executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",

@@ -13,7 +13,7 @@ const { chromium } = await import("playwright-core").catch(() => {
 });
 
 const [root, pictures] = process.argv.slice(2);
-const limit = 30_000; // ms, for each step
+const limit = 60_000; // ms, for each step
 
 const browser = await chromium.launch({
   executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",

@@ -1,7 +1,7 @@
 // An OAuth 2 token endpoint for the password and refresh token grants, on the loopback: node password-provider.mjs
 //
 // Prints its root on a line when it is ready. POST /token gives tokens to the client "site", secret "hush", for the user
-// ada, password "open sesame"; each lives 1 s with the scope "short", else an hour. GET /who answers who has sent the
+// ada, password "open sesame"; each lives 6 s with the scope "short", else an hour. GET /who answers who has sent the
 // bearer token, by which grant it was got. 77 tells that @node-oauth/oauth2-server is not installed (npm ci in this
 // folder brings it).
 
@@ -20,7 +20,7 @@ const model = {
   getUser: (name, password) => name === "ada" && password === "open sesame" && { name },
   validateScope: (user, client, scope) => scope ?? ["all"],
   saveToken: (token, client, user) => {
-    if (token.scope?.includes("short")) token.accessTokenExpiresAt = new Date(Date.now() + 1999);
+    if (token.scope?.includes("short")) token.accessTokenExpiresAt = new Date(Date.now() + 5999);
     const saved = { ...token, client, user };
     tokens.push(saved);
     return saved;

@@ -12,7 +12,7 @@
 namespace Zn
 {
 
-inline constexpr std::chrono::seconds cPatience{30};
+inline constexpr std::chrono::seconds cPatience{60};
 
 /// A program of tests/peers that says where it listens.
 class TPeer

@@ -55,7 +55,7 @@ protected:
                   "-6 route add default via fd02::1");
     }
 
-    static constexpr std::int32_t cPatience = 5000; // ms; an answer takes none of it
+    static constexpr std::int32_t cPatience = 20000; // ms; an answer takes none of it
     std::optional<Zn::TLabHost> FRouter;
     std::optional<Zn::TLabHost> FFar;
 };
@@ -80,7 +80,7 @@ public:
         inet_pton(AF_INET, AHost, &Target);
         const std::uint32_t Count =
             SendEcho(Handle, Target, Data.data(), static_cast<std::uint16_t>(ASize), &AOptions, Area.data(),
-                     static_cast<std::uint32_t>(Area.size()), 5000);
+                     static_cast<std::uint32_t>(Area.size()), 20000);
         const std::uint32_t Error = GetLastError();
         EXPECT_TRUE(CloseIt(Handle));
         if (Count == 0)
@@ -106,7 +106,7 @@ public:
         inet_pton(AF_INET6, AHost, &Target.sin6_addr);
         const std::uint32_t Count = SendEcho6(Handle, 0, nullptr, nullptr, &Source, &Target, Data.data(),
                                               static_cast<std::uint16_t>(ASize), &AOptions, Area.data(),
-                                              static_cast<std::uint32_t>(Area.size()), 5000);
+                                              static_cast<std::uint32_t>(Area.size()), 20000);
         const std::uint32_t Error = GetLastError();
         EXPECT_TRUE(CloseIt(Handle));
         if (Count == 0)
@@ -286,7 +286,7 @@ TEST_P(PingLab, WithoutTheRightThereIsAResult)
     if (Child == 0) {
         if ((!MayAsGroup && setgid(65534) != 0) || setuid(65534) != 0)
             _exit(100);
-        const TPingResult Result = Ping("127.0.0.1", 2000, ipV4);
+        const TPingResult Result = Ping("127.0.0.1", cPatience, ipV4);
         _exit(Result == prSuccess                                                   ? 0
               : Result == prGeneralFailure && GetLastError() == ERROR_ACCESS_DENIED ? 1
                                                                                     : 2);

@@ -48,11 +48,11 @@ public:
     TZnHTTPServer Server{nullptr};
 };
 
-/// Whether ACondition came true within 20 s.
+/// Whether ACondition came true within a minute.
 template <class TCondition>
 bool Eventually(TCondition ACondition)
 {
-    const auto Limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto Limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (!ACondition()) {
         if (std::chrono::steady_clock::now() > Limit)
             return false;

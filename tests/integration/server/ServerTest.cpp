@@ -1,7 +1,6 @@
 // The server over the real HTTP service: what a client sees, whatever handlers do.
 
 #include <atomic>
-#include <fstream>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -12,6 +11,7 @@
 #include "ServerHarness.h"
 #include "common/Deflate.h"
 #include "common/Exceptions.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace
 {
@@ -78,7 +78,7 @@ TEST_P(EachVersion, StopsUnderLoadAndStartsAgain)
         EXPECT_EQ(StatusOf(Harness.Get("/")), "200");
     }
     Harness.Server.SetActive(false);
-    EXPECT_LE(OpenDescriptors(), Before);
+    EXPECT_TRUE(Eventually([&] { return OpenDescriptors() <= Before; })) << OpenDescriptors();
 }
 
 TEST(Server, ATakenPrefixIsRefusedAndLeavesTheServerInactive)
@@ -139,8 +139,8 @@ TEST(Server, NoClientWaitsWhereNothingIsSent)
 
 TEST(Server, RangesHeadAndDeflate)
 {
-    const std::string Name = testing::TempDir() + "zn-server-range";
-    std::ofstream(Name) << std::string(500, 'a') << std::string(500, 'b');
+    const Zn::TemporaryFolder Folder;
+    const std::string Name = Folder.Write("file", std::string(500, 'a') + std::string(500, 'b'));
     ServerHarness Harness([&](PZnHTTPServerRequest Request, Answer& Answer) {
         if (Request->UrlData.Document == "file") {
             Answer.SetResponseFileName(Name);
@@ -168,7 +168,6 @@ TEST(Server, RangesHeadAndDeflate)
     TZnStringStream Target;
     ZlDecompressStream(Source, Target);
     EXPECT_EQ(Target.GetSize(), 5000);
-    std::remove(Name.c_str());
 }
 
 TEST(Server, AnUploadOf100MiBReachesTheHandler)
@@ -323,11 +322,12 @@ TEST(Server, ConnectionsDroppedAtRandomPointsLeakNothing)
         if (At % 2)
             Client.Reset();
     }
-    EXPECT_EQ(StatusOf(Harness.Get("/")), "200");
+    // Some of a thousand may find all workers at work, and so may who comes behind them.
+    EXPECT_TRUE(Eventually([&] { return StatusOf(Harness.Get("/")) == "200"; }));
     ASSERT_TRUE(
         Eventually([&] { return Harness.Server.GetIdleWorkerCount() == Harness.Server.GetWorkerCount(); }));
     Harness.Server.SetActive(false);
-    EXPECT_LE(OpenDescriptors(), Before);
+    EXPECT_TRUE(Eventually([&] { return OpenDescriptors() <= Before; })) << OpenDescriptors();
 }
 
 } // namespace

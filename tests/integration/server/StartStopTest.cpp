@@ -72,7 +72,9 @@ TEST(StartStop, ManyTimesUnderLoadLeavesNothingBehind)
     const auto Cycle = [&](int ACount) {
         Server.SetActive(true);
         const int Before = Served;
-        for (int Look = 0; Served == Before && Look < 200; ++Look)
+        // Every other time it has certainly served, else it may have no more than begun.
+        const int Looks = ACount % 2 == 0 ? 200'000 : 20;
+        for (int Look = 0; Served == Before && Look < Looks; ++Look)
             std::this_thread::sleep_for(std::chrono::microseconds(50));
         if (ACount % 3 == 0)
             Server.Drain(std::chrono::milliseconds(ACount % 2));
@@ -87,14 +89,15 @@ TEST(StartStop, ManyTimesUnderLoadLeavesNothingBehind)
     for (std::thread& Each : Clients)
         Each.join();
     EXPECT_LT(ResidentBytes(), MemoryBefore + cMemory);
-    EXPECT_GT(Served, cCycles / 10);
+    EXPECT_GE(Served, cCycles / 2);
     EXPECT_EQ(Wrong, 0);
 
     const std::size_t DescriptorsBefore = OpenDescriptors();
+    // The test's, the timers', a sanitizer's. One that was joined is listed for a moment more.
+    EXPECT_TRUE(Eventually([] { return Threads() < 8; })) << Threads();
     const std::size_t ThreadsBefore = Threads();
-    Cycle(0);
-    EXPECT_TRUE(Eventually([&] { return Threads() == ThreadsBefore; })) << Threads() << " " << ThreadsBefore;
+    Cycle(1);
+    EXPECT_TRUE(Eventually([&] { return Threads() <= ThreadsBefore; })) << Threads() << " " << ThreadsBefore;
     EXPECT_EQ(OpenDescriptors(), DescriptorsBefore);
-    EXPECT_LT(ThreadsBefore, 8U); // the test's, the timers', a sanitizer's
     EXPECT_LT(DescriptorsBefore, 32U);
 }

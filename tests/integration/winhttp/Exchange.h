@@ -45,8 +45,8 @@ struct Client
                               AProxy != nullptr ? Wide(AProxy).c_str() : nullptr, nullptr, 0)),
           Connection(WinHttpConnect(Session, Wide(AHost).c_str(), APort, 0))
     {
-        Set(Session, WINHTTP_OPTION_RECEIVE_TIMEOUT, 10'000);
-        Set(Session, WINHTTP_OPTION_SEND_TIMEOUT, 10'000);
+        Set(Session, WINHTTP_OPTION_RECEIVE_TIMEOUT, 60'000);
+        Set(Session, WINHTTP_OPTION_SEND_TIMEOUT, 60'000);
     }
     Handle Open(std::string_view AVerb, std::string_view ATarget, std::uint32_t AFlags = 0,
                 const char16_t* AVersion = nullptr) const

@@ -20,10 +20,19 @@ protected:
 
     std::unique_ptr<TServedSite> Serve(const std::string& ASeconds) const
     {
-        std::vector<std::string> Options{"--demo", "--drain", ASeconds};
+        std::vector<std::string> Options{"--demo", "--metrics", "/metrics", "--drain", ASeconds};
         if (*GetParam() != '\0')
             Options.emplace_back(GetParam());
         return std::make_unique<TServedSite>(Place.Path(), Options);
+    }
+    /// Until handlers run for that many requests.
+    static void WaitForWork(const TServedSite& ASite, int ACount)
+    {
+        const std::string Expected =
+            "zn_http_requests_in_flight " + std::to_string(ACount + 1) + "\n"; // and its own
+        const auto Limit = std::chrono::steady_clock::now() + cPatience;
+        while (ASite.Get("metrics").Content.find(Expected) == std::string::npos)
+            ASSERT_LT(std::chrono::steady_clock::now(), Limit);
     }
     static std::uint16_t PortOf(const TServedSite& ASite)
     {
@@ -76,6 +85,7 @@ TEST_P(Drain, WhatDoesNotEndIsCutAtTheDeadline)
     Download.Send(std::string("GET /demo/memory?size=30000000") + cHead + "\r\n");
     RawClient Waiting(Port);
     Waiting.Send(std::string("GET /demo/wait?ms=600000") + cHead + "\r\n");
+    WaitForWork(*Site, 3);
     Site->Process().Signal(SIGTERM);
     EXPECT_EQ(Site->Process().WaitForExit(cPatience), 0);
     EXPECT_NE(Site->Process().Output().find("Drained: 0 requests ended, 3 were cut."), std::string::npos)
@@ -90,6 +100,7 @@ TEST_P(Drain, ASecondSignalStopsAtOnce)
     const auto Site = Serve("600");
     RawClient Waiting(PortOf(*Site));
     Waiting.Send(std::string("GET /demo/wait?ms=600000") + cHead + "\r\n");
+    WaitForWork(*Site, 1);
     Site->Process().Signal(SIGTERM);
     ASSERT_TRUE(Site->Process().WaitForOutput("Stopping.", cPatience));
     Site->Process().Signal(SIGTERM);

@@ -39,7 +39,7 @@ protected:
     void WalkTheBrowser(const std::string& ARoot)
     {
         TChildProcess Walk({"node", ZN_PEERS "/logon-walk.mjs", ARoot, Folder.Path().string()});
-        const auto Code = Walk.WaitForExit(3 * cPatience);
+        const auto Code = Walk.WaitForExit(5 * cPatience);
         if (Code == cPeerIsMissing || Code == 127)
             GTEST_SKIP()
                 << "playwright-core isn't installed (npm ci in tests/peers): the logon isn't tried in a "

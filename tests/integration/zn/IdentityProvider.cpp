@@ -36,7 +36,7 @@ TWalk WalkBrowser(const std::string& AUser, const std::string& AStart, const std
 {
     TChildProcess Walk({"env", "node", ZN_PEERS "/browse.mjs", AUser, AStart, AEnd});
     TWalk Result;
-    Result.ExitCode = Walk.WaitForExit(3 * cPatience);
+    Result.ExitCode = Walk.WaitForExit(5 * cPatience);
     Result.Text = Walk.Output() + Walk.Errors();
     return Result;
 }

@@ -56,7 +56,7 @@ protected:
     template <class TCondition>
     static bool Eventually(TCondition ACondition)
     {
-        for (int Step = 0; Step < 1000; ++Step, std::this_thread::sleep_for(std::chrono::milliseconds(20)))
+        for (int Step = 0; Step < 3000; ++Step, std::this_thread::sleep_for(std::chrono::milliseconds(20)))
             if (ACondition())
                 return true;
         return false;
@@ -73,7 +73,7 @@ protected:
     static constexpr std::string_view cRequest = "GET /page.txt HTTP/1.1\r\nHost: localhost\r\n\r\n";
     TTemporaryFolder Place;
     TemporaryState State;
-    const std::uint16_t Port = Zn::FreePort();
+    const std::uint16_t Port = FreePort();
     const std::string Root;
     std::unique_ptr<TChildProcess> Server;
 };
@@ -89,8 +89,7 @@ TEST_F(Reload, NewConnectionsGetTheNewCertificateAndOldOnesKeepTheirs)
     State.Write("c.pem", "-----BEGIN CERTIFICATE-----\nbroken\n-----END CERTIFICATE-----\n");
     HangUp();
     EXPECT_EQ(NameShown(TlsClient(Port, {})), "second.example");
-    EXPECT_NE(Server->Output().find("Reloaded, but kept: certificate."), std::string::npos)
-        << Server->Output();
+    EXPECT_TRUE(Server->WaitForOutput("Reloaded, but kept: certificate.", cPatience)) << Server->Output();
     EXPECT_TRUE(Server->WaitForErrors("certificate kept as before: ", cPatience)) << Server->Errors();
     Old.Send(cRequest);
     EXPECT_EQ(StatusOf(Old.Response()), "200");
@@ -177,7 +176,7 @@ TEST_F(Reload, InTheMiddleOfHandshakesNoConnectionIsLost)
                 ++(IsServed ? Served : Lost);
             }
         });
-    for (int Count = 0; Count < 30; ++Count) {
+    for (int Count = 0; Count < 30 || (Served < 30 && Count < 1000); ++Count) {
         UseCertificate(Count % 2 == 0 ? "second.example" : "first.example");
         HangUp();
     }
@@ -185,7 +184,7 @@ TEST_F(Reload, InTheMiddleOfHandshakesNoConnectionIsLost)
     for (std::thread& Each : Clients)
         Each.join();
     EXPECT_EQ(Lost, 0);
-    EXPECT_GT(Served, 30);
+    EXPECT_GE(Served, 30);
 }
 
 } // namespace

@@ -40,12 +40,12 @@ TEST(TimerService, CallsInTheOrderOfTheMoments)
     std::vector<int> Order; // the service's thread only, until the last call
     const auto Third = std::make_shared<Probe>([&] { Order.push_back(3); });
     const std::uint64_t Start = Service.Now();
-    Service.Schedule(Third, 60);
-    Service.Schedule(std::make_shared<Probe>([&] { Order.push_back(2); }), 30);
+    Service.Schedule(Third, 500); // far apart: this thread may be held up between the calls
+    Service.Schedule(std::make_shared<Probe>([&] { Order.push_back(2); }), 250);
     Service.Schedule(std::make_shared<Probe>([&] { Order.push_back(1); }), 0);
     ASSERT_EQ(Third->Called.WaitFor(cPatience), wrSignaled);
     EXPECT_EQ(Order, (std::vector<int>{1, 2, 3}));
-    EXPECT_GE(Service.Now() - Start, 60U);
+    EXPECT_GE(Service.Now() - Start, 500U);
 }
 
 TEST(TimerService, AnEarlierMomentWakesASleepingService)
@@ -67,10 +67,10 @@ TEST(TimerService, ACancelledWaitIsOver)
     TimerService Service;
     const auto Cancelled = std::make_shared<Probe>();
     const auto Fence = std::make_shared<Probe>();
-    Service.Schedule(Cancelled, 20);
+    Service.Schedule(Cancelled, 500);
     EXPECT_TRUE(Service.Cancel(*Cancelled));
     EXPECT_FALSE(Service.Cancel(*Cancelled));
-    Service.Schedule(Fence, 60);
+    Service.Schedule(Fence, 510);
     ASSERT_EQ(Fence->Called.WaitFor(cPatience), wrSignaled);
     EXPECT_EQ(Cancelled->Calls, 0);
     EXPECT_EQ(Cancelled.use_count(), 1);

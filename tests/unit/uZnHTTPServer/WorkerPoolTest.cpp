@@ -28,7 +28,7 @@ public:
     void AwaitInside(int ACount)
     {
         std::unique_lock Lock(FMutex);
-        ASSERT_TRUE(FChanged.wait_for(Lock, std::chrono::seconds(20), [&] { return FInside >= ACount; }));
+        ASSERT_TRUE(FChanged.wait_for(Lock, std::chrono::seconds(60), [&] { return FInside >= ACount; }));
     }
     void Open()
     {
