@@ -41,7 +41,7 @@ constexpr std::uint32_t cLimit = 60000; // ms: a command that waits longer is a 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr std::size_t cRoomForMemory = 4 * 1024 * 1024;
 #else
-constexpr std::size_t cRoomForMemory = 32 * 1024;
+constexpr std::size_t cRoomForMemory = 16 * 1024;
 #endif
 
 /// Serves this thread's messages for that many ms.
@@ -373,6 +373,10 @@ std::uint32_t Number(int ACount, char** AArguments, int AIndex, std::uint32_t AD
 
 int main(int argc, char** argv)
 {
+    // Large messages go back to the system at once: left to itself, the allocator keeps the top of each
+    // arena.
+    mallopt(M_MMAP_THRESHOLD, 128 * 1024);
+    mallopt(M_TRIM_THRESHOLD, 128 * 1024);
     CreateMainQueue();
     if (argc == 3 && argv[1] == std::string("client"))
         SoakClient(Number(argc, argv, 2, 1)).RunForEver();
