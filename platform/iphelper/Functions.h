@@ -15,7 +15,8 @@ using ADDRINFOW = addrinfo; // ai_canonname stays nullptr
 
 /// The addresses of a name or address text, in AResult, which Freeaddrinfo takes back. 0, or a
 /// number: 11001 no such name, 11002 try again, 11003 the resolver failed, 10047 unknown family, 8
-/// no memory. Waits as long as the system's resolver allows itself. AService may be nullptr.
+/// no memory; such a number is left in GetLastError, too. Waits as long as the system's resolver allows
+/// itself. AService may be nullptr.
 using TGetAddrInfoW = int (*)(const char16_t* AName, const char16_t* AService, const ADDRINFOW* AHints,
                               ADDRINFOW** AResult);
 using TFreeaddrinfo = void (*)(ADDRINFOW* AInfo);

@@ -87,8 +87,7 @@ int NumberFor(int AResolverError)
     }
 }
 
-int GetAddrInfoW(const char16_t* AName, const char16_t* AService, const ADDRINFOW* AHints,
-                 ADDRINFOW** AResult)
+int Resolve(const char16_t* AName, const char16_t* AService, const ADDRINFOW* AHints, ADDRINFOW** AResult)
 {
     *AResult = nullptr;
     const ADDRINFOW Hints = AHints ? *AHints : ADDRINFOW{};
@@ -106,6 +105,16 @@ int GetAddrInfoW(const char16_t* AName, const char16_t* AService, const ADDRINFO
     } catch (const std::bad_alloc&) {
         return ERROR_NOT_ENOUGH_MEMORY;
     }
+}
+
+/// Leaves its result in GetLastError too, where it is a failure.
+int GetAddrInfoW(const char16_t* AName, const char16_t* AService, const ADDRINFOW* AHints,
+                 ADDRINFOW** AResult)
+{
+    const int Error = Resolve(AName, AService, AHints, AResult);
+    if (Error != 0)
+        SetLastError(static_cast<std::uint32_t>(Error));
+    return Error;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "common/StringList.h"
+#include "platform/errors/Errors.h"
 #include "tools/zn/Commands.h"
 #include "tools/zn/network/Network.h"
 
@@ -33,12 +34,17 @@ bool IsMacAddress(const std::string& AText)
 
 } // namespace
 
+std::string WhyNoAddress()
+{
+    return GetLastError() == WSATRY_AGAIN ? "the name servers don't answer"
+                                          : "there is no such host, or it has no such address";
+}
+
 int ResolveHost(const std::string& AHost, const TFamilies& AFamilies)
 {
     const std::string Address = ZnResolveHostName(AHost, AFamilies);
     if (Address.empty()) {
-        std::fprintf(stderr, "zn resolve: %s: there is no such host, or it has no such address\n",
-                     AHost.c_str());
+        std::fprintf(stderr, "zn resolve: %s: %s\n", AHost.c_str(), WhyNoAddress().c_str());
         return cExitFailure;
     }
     std::printf("%s\n", Address.c_str());

@@ -21,6 +21,9 @@ struct TPingCommand
     std::int32_t TimeOut = 1000; // ms
 };
 
+/// Why a name gave no address just now, as GetLastError has it.
+std::string WhyNoAddress();
+
 // What the commands do. Each prints its result, or a line on standard error, and gives the exit code.
 int ShowAdapters(bool AJson);
 /// Shows them, then a line for each change, until SIGINT or SIGTERM.

@@ -84,8 +84,7 @@ void PingOnce(const TPingCommand& ACommand, TTally& ATally)
 int PingHost(const TPingCommand& ACommand)
 {
     if (ZnResolveHostName(ACommand.Host, ACommand.Families).empty()) {
-        std::fprintf(stderr, "zn ping: %s: there is no such host, or it has no such address\n",
-                     ACommand.Host.c_str());
+        std::fprintf(stderr, "zn ping: %s: %s\n", ACommand.Host.c_str(), WhyNoAddress().c_str());
         return cExitFailure;
     }
     TTally Tally;
