@@ -50,6 +50,8 @@ public:
 
     /// The rest of the present message is here and fits a chunk of ASize bytes.
     bool HasMessageEnd(std::size_t ASize) const;
+    /// Between two messages, with nothing of the next one here.
+    bool IsAtRest() const { return !FInMessage && !HasBytes(); }
     /// Something was received and not given out.
     bool HasBytes() const { return FBegin != FEnd; }
 

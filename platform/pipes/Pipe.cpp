@@ -38,7 +38,7 @@ std::uint32_t Pipe::AcceptClient()
     if (!Client)
         return errno == EAGAIN ? ERROR_IO_PENDING : ERROR_PIPE_NOT_CONNECTED;
     FInstance.Entrance.reset();
-    FStream = std::make_shared<PipeStream>(std::move(Client));
+    FStream = std::make_shared<PipeStream>(std::move(Client), FInstance.Pipe->Turns());
     return NO_ERROR;
 }
 

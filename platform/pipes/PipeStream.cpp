@@ -7,12 +7,15 @@
 #include <sys/uio.h>
 
 #include "platform/errors/Errors.h"
+#include "platform/sync/Deadline.h"
 
 namespace Zn
 {
 
 namespace
 {
+
+constexpr std::uint32_t cLookAgain = 1000;
 
 ssize_t Receive(int ASocket, std::span<std::byte> ARoom, int AFlags)
 {
@@ -74,8 +77,7 @@ PipeStream::Outcome PipeStream::Read(std::span<std::byte> AChunk)
         // Where the rest of the chunk is this message's, it needs no way round through the buffer.
         const auto Rest = AChunk.subspan(Filled);
         const bool IsDirect = FReader.DirectLength() >= Rest.size();
-        const ssize_t Received =
-            Receive(FSocket.Get(), IsDirect ? Rest : FReader.Room(), IsDirect ? MSG_WAITALL : 0);
+        const ssize_t Received = IsDirect ? Receive(FSocket.Get(), Rest, MSG_WAITALL) : ReceiveIntoBuffer();
         if (Received <= 0)
             return Ended(ERROR_BROKEN_PIPE);
         const auto Count = static_cast<std::size_t>(Received);
@@ -87,6 +89,33 @@ PipeStream::Outcome PipeStream::Read(std::span<std::byte> AChunk)
         Filled += Count;
         if (Count == Rest.size()) // less: a signal came
             return Judge(FReader.Finish(), Filled);
+    }
+}
+
+ssize_t PipeStream::ReceiveIntoBuffer()
+{
+    // Behind its beginning the rest of a message is on its way, and nobody is asked to give a turn up for it.
+    if (FSeat && FReader.IsAtRest() && FSeat->IsCalled())
+        return ReceiveInTurn(FReader.Room());
+    FIsDrained = false;
+    return Receive(FSocket.Get(), FReader.Room(), 0);
+}
+
+ssize_t PipeStream::ReceiveInTurn(std::span<std::byte> ARoom)
+{
+    // What a receive leaves behind calls nobody again. One that didn't fill its room has left nothing, unless
+    // the peer passes descriptors along, which cuts it short: so the first wait has an end.
+    std::uint32_t Limit = cLookAgain;
+    for (;;) {
+        if (FIsDrained)
+            FSeat->AwaitCall(Limit);
+        const ssize_t Count = Receive(FSocket.Get(), ARoom, MSG_DONTWAIT);
+        if (Count >= 0 || errno != EAGAIN) {
+            FIsDrained = Count > 0 && static_cast<std::size_t>(Count) < ARoom.size();
+            return Count;
+        }
+        FIsDrained = true;
+        Limit = INFINITE;
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include "platform/pipes/FileDescriptor.h"
 #include "platform/pipes/MessageReader.h"
+#include "platform/pipes/PipeTurns.h"
 #include "platform/pipes/Pipes.h"
 
 namespace Zn
@@ -39,6 +40,12 @@ public:
         : FSocket(std::move(ASocket)), FRoute(std::move(ARoute))
     {
     }
+    /// A server's end, which is read in turns with the others of ATurns.
+    PipeStream(FileDescriptor ASocket, std::shared_ptr<PipeTurns> ATurns)
+        : FSocket(std::move(ASocket)),
+          FSeat(std::make_unique<PipeTurns::Seat>(std::move(ATurns), FSocket.Get()))
+    {
+    }
 
     /// The next chunk. 0, ERROR_MORE_DATA, or why there is none.
     Outcome Read(std::span<std::byte> AChunk);
@@ -58,11 +65,15 @@ public:
     int Fd() const { return FSocket.Get(); }
 
 private:
+    ssize_t ReceiveIntoBuffer();
+    ssize_t ReceiveInTurn(std::span<std::byte> ARoom);
     Outcome Judge(MessageReader::State AState, std::size_t AFilled);
     Outcome Ended(std::uint32_t AOtherwise) const;
 
     FileDescriptor FSocket;
-    std::unique_ptr<PipeRoute> FRoute;
+    std::unique_ptr<PipeTurns::Seat> FSeat; // of a server
+    bool FIsDrained = false;                // the last receive took all that was there
+    std::unique_ptr<PipeRoute> FRoute;      // of a client of another host
     MessageReader FReader;
     std::atomic<std::uint32_t> FEndError{0};
 };

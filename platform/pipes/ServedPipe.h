@@ -8,6 +8,7 @@
 #include <sys/types.h>
 
 #include "platform/pipes/FileDescriptor.h"
+#include "platform/pipes/PipeTurns.h"
 #include "platform/sync/Mutex.h"
 
 namespace Zn
@@ -63,6 +64,9 @@ public:
     /// Nobody waits behind ADoor any more.
     void Close(Door& ADoor);
 
+    /// For the connections of all instances.
+    const std::shared_ptr<PipeTurns>& Turns() const { return FTurns; }
+
 private:
     std::string Path() const { return FFolder + "/" + FFile; }
     std::uint32_t PutAtPath(const std::shared_ptr<Door>& ADoor) ZN_REQUIRES(FMutex);
@@ -71,6 +75,7 @@ private:
     const std::string FFolder;
     const std::string FFile;
     const unsigned FMode;
+    const std::shared_ptr<PipeTurns> FTurns = std::make_shared<PipeTurns>();
 
     Mutex FMutex;
     std::deque<std::shared_ptr<Door>> FWaiting ZN_GUARDED_BY(FMutex); // the first one is at the path
