@@ -92,6 +92,15 @@ bool Told(PipeStream::Outcome AOutcome, std::uint32_t* ACount)
     return Told(AOutcome.Error);
 }
 
+bool ReadNext(PipeStream& AStream, std::span<std::byte> AChunk, std::uint32_t* ACount,
+              TOVERLAPPED* AOverlapped)
+{
+    const auto Outcome = AStream.Read(AChunk);
+    if (AOverlapped)
+        AOverlapped->Rest = AStream.RestOfMessage();
+    return Told(Outcome, ACount);
+}
+
 std::uint32_t FinishConnect(THandle APipe, const TOVERLAPPED& AOverlapped, bool AWait)
 {
     const auto Found = LookupHandleAs<Pipe>(APipe);
@@ -212,7 +221,7 @@ bool ReadFile(THandle APipe, void* ABuffer, std::uint32_t ASize, std::uint32_t* 
         AOverlapped->Pointer = ABuffer;
         return Told(ERROR_IO_PENDING);
     }
-    return Told(Stream->Read({static_cast<std::byte*>(ABuffer), ASize}), ACount);
+    return ReadNext(*Stream, {static_cast<std::byte*>(ABuffer), ASize}, ACount, AOverlapped);
 }
 
 bool WriteFile(THandle APipe, const void* ABuffer, std::uint32_t ASize, std::uint32_t* ACount,
@@ -244,8 +253,8 @@ bool GetOverlappedResult(THandle APipe, TOVERLAPPED* AOverlapped, std::uint32_t*
     if (!AWait && !Stream->IsReadable())
         return Told(ERROR_IO_INCOMPLETE);
     AOverlapped->Internal = opNone;
-    return Told(Stream->Read({static_cast<std::byte*>(AOverlapped->Pointer), AOverlapped->InternalHigh}),
-                ACount);
+    return ReadNext(*Stream, {static_cast<std::byte*>(AOverlapped->Pointer), AOverlapped->InternalHigh},
+                    ACount, AOverlapped);
 }
 
 bool CancelIo(THandle APipe)

@@ -71,6 +71,14 @@ std::span<std::byte> Zn::MessageReader::Room()
     return {FBuffer.get() + FEnd, cBufferSize - FEnd};
 }
 
+std::uint32_t Zn::MessageReader::RestOfMessage() const
+{
+    std::uint32_t Length = FRemaining;
+    if (!FInMessage && (!PeekLength(Length) || Length > cMaxMessage))
+        return 0;
+    return Length;
+}
+
 bool Zn::MessageReader::HasMessageEnd(std::size_t ASize) const
 {
     std::uint32_t Remaining = FRemaining;

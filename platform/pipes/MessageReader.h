@@ -52,6 +52,8 @@ public:
     bool HasMessageEnd(std::size_t ASize) const;
     /// Between two messages, with nothing of the next one here.
     bool IsAtRest() const { return !FInMessage && !HasBytes(); }
+    /// What is to come of the message that is begun, or all of the next one if its length is here; else 0.
+    std::uint32_t RestOfMessage() const;
     /// Something was received and not given out.
     bool HasBytes() const { return FBegin != FEnd; }
 

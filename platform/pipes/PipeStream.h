@@ -51,6 +51,9 @@ public:
     Outcome Read(std::span<std::byte> AChunk);
     /// Read will end the present message without waiting.
     bool HasMessageEnd(std::size_t ASize) const { return FReader.HasMessageEnd(ASize); }
+    /// How many bytes Read has still to give of the present message or, between two, of the next one; 0: not
+    /// known.
+    std::uint32_t RestOfMessage() const { return FReader.RestOfMessage(); }
     /// Something is here to be read: the beginning of a message, or the end.
     bool IsReadable() const;
 

@@ -34,6 +34,8 @@ struct TOVERLAPPED
     std::uintptr_t InternalHigh = 0; // length of the buffer
     void* Pointer = nullptr;         // the buffer
     THandle hEvent = 0;              // set: ends the wait of a connect with ERROR_IO_INCOMPLETE
+    std::uint32_t Rest = 0; // behind a read: how much is to come of this message or, if its length is
+                            // here, of the next one; 0: not known
 };
 
 /// Who may open a pipe. Without a descriptor, or without a DACL in it: processes of the same user.

@@ -134,6 +134,7 @@ protected:
     TOVERLAPPED FReadOverlapped, FWriteOverlapped, FConnectOverlapped;
 
 private:
+    std::uint32_t NextChunk(std::uint32_t ACome) const;
     bool JudgeRead(bool ASucceeded);
     void RaiseReadError();
     void Dispatch(PZnMemoryBuffer& AFrame);

@@ -13,7 +13,8 @@ namespace
 {
 
 /// Room for one more chunk behind what is there. A long message's room grows by half of what has come,
-/// so that it isn't moved for every chunk and a sender pays for what is allocated.
+/// so that it isn't moved for every chunk and a sender pays for what is allocated. A payload that would just
+/// fill a chunk has a head before it: that much is there from the beginning.
 void GrowByChunk(PZnMemoryBuffer& ABuffer, std::uint64_t& ARoom, std::uint32_t AChunk)
 {
     constexpr std::uint64_t cMost = std::numeric_limits<std::uint32_t>::max();
@@ -22,7 +23,7 @@ void GrowByChunk(PZnMemoryBuffer& ABuffer, std::uint64_t& ARoom, std::uint32_t A
     if (Needed > cMost)
         throw EOutOfMemory();
     if (Needed > ARoom) {
-        ARoom = std::min(cMost, Needed + Size / 2);
+        ARoom = std::min(cMost, Needed + std::max<std::uint64_t>(Size / 2, sizeof(Zn::CommandHead)));
         ZnReallocateMem(ABuffer, static_cast<std::uint32_t>(ARoom));
     }
     ABuffer->Size = Size;
@@ -56,6 +57,7 @@ PZnDataBuffer EmptyAnswer(TZnDataBufType ADataType)
 void TZnNamedPipeConnection::Execute()
 {
     try {
+        FReadOverlapped.Rest = 0; // that of a connection before this one
         StartNetworkCheck();
         while (!GetTerminated() && FConnected) {
             FrameHolder Read(ReadData());
@@ -72,15 +74,26 @@ void TZnNamedPipeConnection::Execute()
         SendMessage(FOwner->FHWND, WM_NAMEDPIPE_DISCONNECTED, ZnPtr2Int(this), 0);
 }
 
+/// A chunk of the usual length, unless it is known what is to come: then as much as that, up to many times of
+/// what has come, so that a sender still pays for what is allocated.
+std::uint32_t TZnNamedPipeConnection::NextChunk(std::uint32_t ACome) const
+{
+    constexpr std::uint64_t cAhead = 64;
+    const std::uint64_t Usual = FOwner->FOutputBufferSize;
+    const std::uint64_t Known = FReadOverlapped.Rest;
+    return static_cast<std::uint32_t>(Known == 0 ? Usual
+                                                 : std::min(Known, std::max(2 * Usual, cAhead * ACome)));
+}
+
 PZnMemoryBuffer TZnNamedPipeConnection::ReadData()
 {
     FReadEvent.ResetEvent();
-    const std::uint32_t Chunk = FOwner->FOutputBufferSize;
     PZnMemoryBuffer Buffer = nullptr;
     std::uint64_t Room = 0;
     try {
         bool IsComplete = false;
         do {
+            const std::uint32_t Chunk = NextChunk(Buffer ? Buffer->Size : 0);
             GrowByChunk(Buffer, Room, Chunk);
             std::byte* const Place = Buffer->Bytes() + Buffer->Size;
             const THandle Handle = FPipeHandle;
