@@ -17,19 +17,22 @@
 namespace Zn
 {
 
-/// An sshd on loopback with keys of its own, gone with the object. Its user is the one that runs the test.
+/// An sshd with keys of its own, gone with the object. Its user is the one that runs the test.
 class SshServer
 {
 public:
     static bool IsInstalled() { return access(cProgram, X_OK) == 0; }
 
-    explicit SshServer(const std::string& AFolder) : FFolder(AFolder), FPort(FreePort())
+    /// AHost: a command that runs the rest on another host; empty: here.
+    explicit SshServer(const std::string& AFolder, std::string AAddress = "127.0.0.1",
+                       std::vector<std::string> AHost = {})
+        : FFolder(AFolder), FAddress(std::move(AAddress)), FHost(std::move(AHost)), FPort(FreePort())
     {
         Run({"ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", FFolder + "/host"});
         Run({"ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", FFolder + "/user"});
         std::filesystem::copy_file(FFolder + "/user.pub", FFolder + "/authorized");
         std::ofstream(FFolder + "/config")
-            << "ListenAddress 127.0.0.1\nPort " << FPort << "\nHostKey " << FFolder
+            << "ListenAddress " << FAddress << "\nPort " << FPort << "\nHostKey " << FFolder
             << "/host\nAuthorizedKeysFile " << FFolder
             << "/authorized\nStrictModes no\nUsePAM no\nPasswordAuthentication yes\nPermitRootLogin yes\n"
             << "PidFile none\nLogLevel QUIET\nSubsystem sftp internal-sftp\nAllowStreamLocalForwarding yes\n"
@@ -52,7 +55,8 @@ public:
     void Start()
     {
         mkdir("/run/sshd", 0755); // where it locks its children in; there already on a system that runs one
-        std::vector<std::string> Command = FMounts;
+        std::vector<std::string> Command = FHost;
+        Command.insert(Command.end(), FMounts.begin(), FMounts.end());
         Command.insert(Command.end(), {cProgram, "-D", "-e", "-f", FFolder + "/config"});
         FProcess = Spawn(Command);
         for (int Turn = 0; Turn < 6000 && !Answers(); ++Turn)
@@ -91,7 +95,8 @@ public:
     {
         std::string Type, Key;
         std::ifstream(FFolder + "/" + APublicKey) >> Type >> Key;
-        std::ofstream(FFolder + "/known") << "[127.0.0.1]:" << FPort << " " << Type << " " << Key << "\n";
+        std::ofstream(FFolder + "/known")
+            << "[" << FAddress << "]:" << FPort << " " << Type << " " << Key << "\n";
     }
 
 private:
@@ -113,8 +118,8 @@ private:
     bool Answers() const
     {
         const int Socket = socket(AF_INET, SOCK_STREAM, 0);
-        const sockaddr_in Address{
-            AF_INET, htons(static_cast<std::uint16_t>(FPort)), {htonl(INADDR_LOOPBACK)}, {}};
+        sockaddr_in Address{AF_INET, htons(static_cast<std::uint16_t>(FPort)), {}, {}};
+        inet_pton(AF_INET, FAddress.c_str(), &Address.sin_addr);
         const bool Connected =
             connect(Socket, reinterpret_cast<const sockaddr*>(&Address), sizeof(Address)) == 0;
         close(Socket);
@@ -133,6 +138,8 @@ private:
     static void Run(const std::vector<std::string>& AArguments) { waitpid(Spawn(AArguments), nullptr, 0); }
 
     const std::string FFolder;
+    const std::string FAddress;
+    const std::vector<std::string> FHost;
     const int FPort;
     std::vector<std::string> FMounts; // a command that runs the rest behind its mounts; empty: none
     pid_t FProcess = -1;
