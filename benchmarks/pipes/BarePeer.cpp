@@ -4,27 +4,17 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <stdexcept>
-#include <thread>
 #include <vector>
 
-#include <sys/socket.h>
 #include <sys/uio.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include "benchmarks/pipes/Peer.h"
+#include "benchmarks/pipes/UnixSocket.h"
 
 namespace
 {
 
-sockaddr_un AddressIn(const std::string& AFolder)
-{
-    sockaddr_un Address{};
-    Address.sun_family = AF_UNIX;
-    std::strncpy(Address.sun_path, (AFolder + "/bare").c_str(), sizeof(Address.sun_path) - 1);
-    return Address;
-}
+const UnixSocketKind cKind{"bare", SOCK_STREAM, [](int) {}};
 
 class Stream
 {
@@ -94,45 +84,20 @@ private:
 };
 
 // A request begins with '?', a one-way block with anything else.
-class Server : public BenchServer
+void Serve(int AClient)
 {
-public:
-    explicit Server(const std::string& AFolder) : FListener(socket(AF_UNIX, SOCK_STREAM, 0))
-    {
-        const sockaddr_un Address = AddressIn(AFolder);
-        if (bind(FListener, reinterpret_cast<const sockaddr*>(&Address), sizeof(Address)) != 0 ||
-            listen(FListener, 256) != 0)
-            throw std::runtime_error("bare: bind");
+    Stream Connection(AClient);
+    std::string Block;
+    while (Connection.Read(Block)) {
+        if (Block[0] == '?')
+            Connection.Write(Block);
     }
-    ~Server() override { close(FListener); }
-
-    void Run() override
-    {
-        for (;;) {
-            const int Client = accept(FListener, nullptr, nullptr);
-            if (Client >= 0)
-                std::thread([Client] { Serve(Client); }).detach();
-        }
-    }
-
-private:
-    static void Serve(int AClient)
-    {
-        Stream Connection(AClient);
-        std::string Block;
-        while (Connection.Read(Block)) {
-            if (Block[0] == '?')
-                Connection.Write(Block);
-        }
-    }
-
-    const int FListener;
-};
+}
 
 class Client : public BenchClient
 {
 public:
-    explicit Client(const std::string& AFolder) : FStream(Open(AFolder)) {}
+    explicit Client(const std::string& AFolder) : FStream(ConnectUnixSocket(cKind, AFolder)) {}
     void Ask(const std::string& ABlock) override
     {
         FStream.Write(ABlock);
@@ -143,15 +108,6 @@ public:
     void Finish() override { Ask("?"); }
 
 private:
-    static int Open(const std::string& AFolder)
-    {
-        const int Socket = socket(AF_UNIX, SOCK_STREAM, 0);
-        const sockaddr_un Address = AddressIn(AFolder);
-        while (connect(Socket, reinterpret_cast<const sockaddr*>(&Address), sizeof(Address)) != 0)
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        return Socket;
-    }
-
     Stream FStream;
     std::string FAnswer;
 };
@@ -160,6 +116,7 @@ private:
 
 BenchPeer BarePeer()
 {
-    return {"bare", true, [](const auto& AFolder) { return std::make_unique<Server>(AFolder); },
+    return {"bare", true,
+            [](const auto& AFolder) { return std::make_unique<UnixSocketServer>(cKind, AFolder, Serve); },
             [](const auto& AFolder) { return std::make_unique<Client>(AFolder); }};
 }

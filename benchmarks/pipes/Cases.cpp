@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
+#include <random>
 #include <thread>
 #include <vector>
 
@@ -65,7 +65,8 @@ BenchFigures OneWay(BenchClient& AClient, std::size_t ALength, double ASeconds)
     return {.PerSecond = Rate, .MegabytesPerS = Rate * static_cast<double>(ALength) / 1e6};
 }
 
-BenchFigures Fairness(const BenchPeer& APeer, const std::string& AFolder, int ACount, double ASeconds)
+BenchFigures Fairness(const BenchPeer& APeer, const std::string& AFolder, int ACount, double ASeconds,
+                      std::chrono::microseconds APause)
 {
     std::vector<std::unique_ptr<BenchClient>> Clients;
     for (int Index = 0; Index < ACount; ++Index)
@@ -75,8 +76,12 @@ BenchFigures Fairness(const BenchPeer& APeer, const std::string& AFolder, int AC
     for (std::size_t Index = 0; Index < Clients.size(); ++Index) {
         Threads.emplace_back([&, Index] {
             const std::string Block(64, '?');
+            std::minstd_rand Random(static_cast<unsigned>(Index) + 1);
+            std::uniform_int_distribution<long> Pause(0, 2 * APause.count());
             const auto Begin = Clock::now();
             while (Since(Begin) < ASeconds) {
+                if (APause.count() != 0)
+                    std::this_thread::sleep_for(std::chrono::microseconds(Pause(Random)));
                 const auto Asked = Clock::now();
                 Clients[Index]->Ask(Block);
                 Times[Index].push_back(static_cast<float>(Since(Asked)));

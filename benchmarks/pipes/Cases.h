@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "benchmarks/pipes/Peer.h"
@@ -19,7 +20,9 @@ struct BenchFigures
 BenchFigures RoundTrips(BenchClient& AClient, std::size_t ALength, double ASeconds);
 /// Blocks of ALength bytes for ASeconds, until the server has taken the last.
 BenchFigures OneWay(BenchClient& AClient, std::size_t ALength, double ASeconds);
-/// ACount clients that ask as fast as they can, each on its own thread.
-BenchFigures Fairness(const BenchPeer& APeer, const std::string& AFolder, int ACount, double ASeconds);
+/// ACount clients that ask for ASeconds, each on its own thread, with pauses of APause on the average between
+/// an answer and the next question; 0: as fast as they can.
+BenchFigures Fairness(const BenchPeer& APeer, const std::string& AFolder, int ACount, double ASeconds,
+                      std::chrono::microseconds APause);
 /// One block of 1 GiB.
 BenchFigures Giant(BenchClient& AClient);

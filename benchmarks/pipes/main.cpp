@@ -40,7 +40,9 @@ BenchFigures RunCase(const BenchPeer& APeer, const std::string& ACase, double AS
                      const std::string& AFolder)
 {
     if (ACase == "fair")
-        return Fairness(APeer, AFolder, 200, ASeconds);
+        return Fairness(APeer, AFolder, 200, ASeconds, std::chrono::microseconds(0));
+    if (ACase == "fair-paced")
+        return Fairness(APeer, AFolder, 200, 4 * ASeconds, std::chrono::milliseconds(20));
     const auto Client = APeer.Client(AFolder);
     if (ACase == "ask64")
         return RoundTrips(*Client, 64, ASeconds);

@@ -13,6 +13,7 @@
 
 #include "platform/errors/Errors.h"
 #include "platform/pipes/PipeName.h"
+#include "platform/pipes/PipeTurns.h"
 #include "platform/sync/Event.h"
 #include "tests/support/TemporaryPipes.h"
 
@@ -328,6 +329,85 @@ TEST(Pipes, ForeignLengthsCostNothing)
         if (Case.Error != ERROR_BROKEN_PIPE)
             close(Client);
     }
+}
+
+TEST(Pipes, ACrowdIsReadInTurnsAndLosesNothing)
+{
+    constexpr std::size_t cCount = Zn::PipeTurns::cCrowd + 8;
+    Zn::TemporaryPipes Pipes;
+    std::vector<THandle> Servers, Clients;
+    for (std::size_t Index = 0; Index < cCount; ++Index) {
+        Servers.push_back(MakeInstance());
+        Clients.push_back(OpenClient());
+        ASSERT_EQ(ErrorOf(ConnectNamedPipe(Servers.back(), nullptr)), ERROR_PIPE_CONNECTED);
+    }
+    std::vector<std::uint32_t> Ends(cCount);
+    std::vector<std::thread> Threads;
+    for (std::size_t Index = 0; Index < cCount; ++Index)
+        Threads.emplace_back([&, Index] {
+            Chunk Read;
+            std::string Message;
+            while (Read = ReadChunk(Servers[Index], 1000),
+                   Read.Error == NO_ERROR || Read.Error == ERROR_MORE_DATA) {
+                Message += Read.Bytes;
+                if (Read.Error == NO_ERROR && !Write(Servers[Index], std::exchange(Message, "")))
+                    break;
+            }
+            Ends[Index] = Read.Error;
+        });
+    const auto IsEchoed = [&](std::size_t AIndex, const std::string& AMessage) {
+        return Write(Clients[AIndex], AMessage) && ReadChunk(Clients[AIndex], 200000).Bytes == AMessage;
+    };
+    for (const std::string& Message : {std::string("short"), std::string(100000, 'x'), std::string("last")})
+        for (std::size_t Index = 0; Index < cCount; ++Index)
+            EXPECT_TRUE(IsEchoed(Index, Message)) << Index;
+    for (std::size_t Index = 0; Index < cCount / 2; ++Index) { // half of them leave
+        CloseHandle(Clients[Index]);
+        Threads[Index].join();
+        EXPECT_EQ(Ends[Index], ERROR_BROKEN_PIPE);
+        CloseHandle(Servers[Index]);
+    }
+    for (std::size_t Index = cCount / 2; Index < cCount; ++Index)
+        EXPECT_TRUE(IsEchoed(Index, "among few") && IsEchoed(Index, "again")) << Index;
+    for (std::size_t Index = cCount / 2; Index < cCount; ++Index) {
+        DisconnectNamedPipe(Servers[Index]);
+        Threads[Index].join();
+        EXPECT_EQ(Ends[Index], ERROR_PIPE_NOT_CONNECTED);
+        CloseHandle(Servers[Index]);
+        CloseHandle(Clients[Index]);
+    }
+}
+
+TEST(Pipes, AReceiveThatIsCutShortLeavesNothingBehindInACrowd)
+{
+    Zn::TemporaryPipes Pipes;
+    std::vector<std::unique_ptr<Closing>> Company;
+    for (std::size_t Index = 0; Index <= Zn::PipeTurns::cCrowd; ++Index) {
+        Company.push_back(std::make_unique<Closing>(MakeInstance()));
+        Company.push_back(std::make_unique<Closing>(OpenClient()));
+        ASSERT_EQ(ErrorOf(ConnectNamedPipe(*Company[2 * Index], nullptr)), ERROR_PIPE_CONNECTED);
+    }
+    const Closing Server{MakeInstance()};
+    const int Client = RawClient(Pipes.Folder());
+    ASSERT_EQ(ErrorOf(ConnectNamedPipe(Server, nullptr)), ERROR_PIPE_CONNECTED);
+    ASSERT_EQ(write(Client, "\5\0\0\0hello", 9), 9);
+    EXPECT_EQ(ReadChunk(Server, 10).Bytes, "hello");
+    // A descriptor that comes along ends a receive, whatever is behind it.
+    iovec Bytes{const_cast<char*>("\3\0\0\0one"), 7};
+    alignas(cmsghdr) char Control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr Message{};
+    Message.msg_iov = &Bytes;
+    Message.msg_iovlen = 1;
+    Message.msg_control = Control;
+    Message.msg_controllen = sizeof(Control);
+    cmsghdr* const Along = CMSG_FIRSTHDR(&Message);
+    *Along = {CMSG_LEN(sizeof(int)), SOL_SOCKET, SCM_RIGHTS};
+    std::memcpy(CMSG_DATA(Along), &Client, sizeof(int));
+    ASSERT_EQ(sendmsg(Client, &Message, 0), 7);
+    ASSERT_EQ(write(Client, "\3\0\0\0two", 7), 7);
+    EXPECT_EQ(ReadChunk(Server, 10).Bytes, "one");
+    EXPECT_EQ(ReadChunk(Server, 10).Bytes, "two");
+    close(Client);
 }
 
 TEST(Pipes, RefusedNamesFoldersAndModes)
