@@ -19,6 +19,8 @@
 namespace
 {
 
+constexpr double cLonger = 4; // for each of 200 clients to have the hundreds of round trips that a p99 needs
+
 BenchPeer PeerNamed(const std::string& AName)
 {
     for (auto* Make : {OurPeer, BarePeer, SeqPacketPeer, ZeroMqPeer, GrpcPeer}) {
@@ -40,9 +42,9 @@ BenchFigures RunCase(const BenchPeer& APeer, const std::string& ACase, double AS
                      const std::string& AFolder)
 {
     if (ACase == "fair")
-        return Fairness(APeer, AFolder, 200, ASeconds, std::chrono::microseconds(0));
+        return Fairness(APeer, AFolder, 200, cLonger * ASeconds, std::chrono::microseconds(0));
     if (ACase == "fair-paced")
-        return Fairness(APeer, AFolder, 200, 4 * ASeconds, std::chrono::milliseconds(20));
+        return Fairness(APeer, AFolder, 200, cLonger * ASeconds, std::chrono::milliseconds(20));
     const auto Client = APeer.Client(AFolder);
     if (ACase == "ask64")
         return RoundTrips(*Client, 64, ASeconds);
