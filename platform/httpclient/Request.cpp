@@ -1,7 +1,6 @@
 #include "platform/httpclient/Request.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
@@ -70,6 +69,12 @@ void Request::Cancel()
     MutexLock Lock(FWakeLock);
     if (FTransfer)
         FTransfer->Wake();
+}
+
+void Request::AddField(std::string_view AName, std::string_view AValue)
+{
+    MutexLock Lock(FLock);
+    FFields.Add(AName, AValue);
 }
 
 std::uint32_t Request::ChangeFields(std::string_view ALines, const FieldChange& AChange)
@@ -272,7 +277,7 @@ bool Request::TakesBody() const
 void Request::MakePlan()
 {
     const Session& Owner = FConnection->Owner();
-    FUrl.WriteTo(FPlan.Url);
+    FPlan.Url = &FUrl;
     FPlan.WholeTarget = FUrl.Target == "*" ? std::string_view("*") : std::string_view();
     FPlan.Verb = FVerb;
     FPlan.Kind = TransferPlan::Shape::Plain;
@@ -544,14 +549,28 @@ void Request::Drain()
 /// Waits until bytes of the body are there; none with 0: its end.
 std::uint32_t Request::MoreData()
 {
-    if (FTransfer && FIncoming.Available() == 0) {
-        FPlan.Patience = FSettings.Patience; // may have been set anew since the send
-        const std::uint32_t Error = FTransfer->WaitForBody();
-        FBodyError = FTransfer->IsComplete() ? FTransfer->Result() : Error;
-        if (Error != NO_ERROR || FTransfer->IsComplete())
-            DetachTransfer();
-    }
+    if (FTransfer && FIncoming.Available() == 0)
+        Drive([](Transfer& ATransfer) { return ATransfer.WaitForBody(); });
     return FIncoming.Available() != 0 ? NO_ERROR : FBodyError;
+}
+
+/// Bytes that weren't there yet, straight into the caller's memory.
+std::uint32_t Request::Receive(std::span<char> ATarget)
+{
+    FIncoming.Target = ATarget;
+    if (FTransfer)
+        Drive([](Transfer& ATransfer) { return ATransfer.FillTarget(); });
+    return FBodyError;
+}
+
+template <class Work>
+void Request::Drive(Work AWork)
+{
+    FPlan.Patience = FSettings.Patience; // may have been set anew since the send
+    const std::uint32_t Error = AWork(*FTransfer);
+    FBodyError = FTransfer->IsComplete() ? FTransfer->Result() : Error;
+    if (Error != NO_ERROR || FTransfer->IsComplete())
+        DetachTransfer();
 }
 
 std::uint32_t Request::WaitForData(std::size_t& AAvailable)
@@ -561,6 +580,8 @@ std::uint32_t Request::WaitForData(std::size_t& AAvailable)
     if (Error == NO_ERROR)
         Error = MoreData();
     AAvailable = FIncoming.Available();
+    if (AAvailable != 0 && FTransfer)
+        AAvailable += FTransfer->Waiting();
     return Error;
 }
 
@@ -570,17 +591,16 @@ std::uint32_t Request::Read(void* ABuffer, std::size_t ASize, std::size_t& ARead
     ARead = 0;
     if (const std::uint32_t Error = ResponseMissing())
         return Error;
-    while (ARead < ASize) {
-        if (const std::uint32_t Error = MoreData())
-            return ARead != 0 ? NO_ERROR : Error; // and again at the next call
-        const std::size_t Count = std::min(FIncoming.Available(), ASize - ARead);
-        if (Count == 0)
-            break;
-        std::memcpy(static_cast<char*>(ABuffer) + ARead, FIncoming.Body.data() + FIncoming.Read, Count);
-        FIncoming.Read += Count;
-        ARead += Count;
-    }
-    return NO_ERROR;
+    ARead = std::min(FIncoming.Available(), ASize);
+    std::copy_n(FIncoming.Body.data() + FIncoming.Read, ARead, static_cast<char*>(ABuffer));
+    FIncoming.Read += ARead;
+    const std::span Rest(static_cast<char*>(ABuffer) + ARead, ASize - ARead);
+    if (Rest.empty())
+        return NO_ERROR;
+    const std::uint32_t Error = Receive(Rest);
+    ARead = ASize - FIncoming.Target.size();
+    FIncoming.Target = {};
+    return ARead != 0 ? NO_ERROR : Error; // and again at the next call
 }
 
 } // namespace Zn::HttpClient

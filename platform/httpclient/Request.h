@@ -46,6 +46,8 @@ public:
 
     Session& Owner() const { return FConnection->Owner(); }
 
+    /// A further field; both parts have been checked.
+    void AddField(std::string_view AName, std::string_view AValue);
     std::uint32_t ChangeFields(std::string_view ALines, const FieldChange& AChange);
     /// AChange takes the settings and gives a number.
     template <class Change>
@@ -129,6 +131,9 @@ private:
     std::uint32_t PrepareAgain() ZN_REQUIRES(FLock);
     void Drain() ZN_REQUIRES(FLock);
     std::uint32_t MoreData() ZN_REQUIRES(FLock);
+    std::uint32_t Receive(std::span<char> ATarget) ZN_REQUIRES(FLock);
+    template <class Work>
+    void Drive(Work AWork) ZN_REQUIRES(FLock);
     std::string FormatHead() const ZN_REQUIRES(FLock);
     bool AtHome() const ZN_REQUIRES(FLock) { return FUrl.Origin == FFirst.Origin; }
     bool TakesBody() const ZN_REQUIRES(FLock);

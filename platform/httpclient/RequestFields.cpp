@@ -58,8 +58,12 @@ bool AllAreFields(std::string_view ALines)
 
 bool SameName(std::string_view ALeft, std::string_view ARight)
 {
-    return ALeft.size() == ARight.size() &&
-           std::ranges::equal(ALeft, ARight, {}, Grammar::ToLower, Grammar::ToLower);
+    if (ALeft.size() != ARight.size())
+        return false;
+    for (std::size_t At = 0; At < ALeft.size(); ++At)
+        if (ALeft[At] != ARight[At] && Grammar::ToLower(ALeft[At]) != Grammar::ToLower(ARight[At]))
+            return false;
+    return true;
 }
 
 std::string_view RequestFields::Field::Value() const

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include <sys/eventfd.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace Zn::HttpClient
@@ -53,6 +54,7 @@ void Sockets::Watch(curl_socket_t ASocket, int AWhat)
             FWatched.erase(Found);
         return;
     }
+    FLastWatched = ASocket;
     const auto Events = static_cast<short>(((AWhat & CURL_POLL_IN) != 0 ? POLLIN : 0) |
                                            ((AWhat & CURL_POLL_OUT) != 0 ? POLLOUT : 0));
     if (Found == FWatched.end())
@@ -91,6 +93,13 @@ CURLMcode Sockets::Wait(std::optional<Clock::time_point> ALimit)
         FTimerIsDue = true;
     }
     return Run();
+}
+
+std::size_t Sockets::Waiting() const
+{
+    int Bytes = 0;
+    const bool Told = ioctl(FLastWatched, FIONREAD, &Bytes) == 0;
+    return Told ? static_cast<std::size_t>(std::max(Bytes, 0)) : 0;
 }
 
 /// Rounded up, so that the wait isn't over before its time.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <poll.h>
@@ -36,6 +37,8 @@ public:
     /// Waits until a socket is ready, libcurl's timer runs out, Wake was called, or ALimit passed; and lets
     /// libcurl handle it. Returns at once when libcurl has something to do.
     CURLMcode Wait(std::optional<Clock::time_point> ALimit);
+    /// Bytes that have come to the socket of the exchange under way and that nobody has received yet.
+    std::size_t Waiting() const;
     /// Exchanges that aren't done.
     int Running() const { return FRunning; }
     void Wake();
@@ -50,6 +53,7 @@ private:
     const int FWakeFd; // the one thing that other threads use
     CURLM* FMulti = nullptr;
     std::vector<pollfd> FWatched; // the one for Wake first
+    curl_socket_t FLastWatched = CURL_SOCKET_BAD; // while libcurl pauses it watches none
     std::optional<Clock::time_point> FTimer;
     bool FTimerIsDue = false;
     int FRunning = 0;

@@ -1,5 +1,8 @@
 #include "platform/httpclient/Transfer.h"
 
+#include <algorithm>
+#include <charconv>
+
 #include "platform/errors/Errors.h"
 #include "platform/httpclient/Challenges.h"
 
@@ -11,6 +14,7 @@ namespace
 
 constexpr std::size_t cReceiveSize = 16 * 1024;   // what libcurl reads at once; more only leaves the caches
 constexpr std::size_t cEnough = 4 * cReceiveSize; // of a body, to be read before libcurl goes on
+constexpr std::size_t cMaxWaiting = 256 * 1024;   // to be told at once; readers make buffers of that
 constexpr std::size_t cMaxInOnePiece = 60 * 1024; // a body that leaves together with the head
 constexpr long cUploadSize = 128 * 1024;
 constexpr long cKeptConnections = 4; // of one transfer: redirects may lead to other hosts
@@ -61,6 +65,7 @@ void Incoming::Clear()
     Head.Clear();
     Body.clear();
     Read = 0;
+    Target = {};
 }
 
 std::unique_ptr<Transfer> Transfer::Create(const TlsPolicy& APolicy, CURLSH* ACookies)
@@ -153,6 +158,7 @@ std::uint32_t Transfer::Begin(const TransferPlan& APlan, Incoming& AIncoming,
     FCancelled = &ACancelled;
     FPhase = Phase::Connecting;
     FHeadFinal = FPaused = FComplete = false;
+    FPlainLength = 0;
     FError = FOwnError = NO_ERROR;
     FChecks.Clear();
     FErrorText[0] = '\0';
@@ -167,12 +173,12 @@ std::uint32_t Transfer::Begin(const TransferPlan& APlan, Incoming& AIncoming,
     return NO_ERROR;
 }
 
-std::uint32_t Transfer::SetAddress(const std::string& AUrl)
+std::uint32_t Transfer::SetAddress(const Url& AUrl)
 {
     if (FApplied.Url == AUrl)
         return NO_ERROR;
-    FApplied.Url.clear();
-    if (const CURLUcode Code = curl_url_set(FAddress, CURLUPART_URL, AUrl.c_str(), CURLU_PATH_AS_IS))
+    FApplied.Url = {};
+    if (const CURLUcode Code = curl_url_set(FAddress, CURLUPART_URL, AUrl.Text().c_str(), CURLU_PATH_AS_IS))
         return Code == CURLUE_OUT_OF_MEMORY ? ERROR_NOT_ENOUGH_MEMORY : ERROR_WINHTTP_INVALID_URL;
     FApplied.Url = AUrl;
     return NO_ERROR;
@@ -180,7 +186,7 @@ std::uint32_t Transfer::SetAddress(const std::string& AUrl)
 
 std::uint32_t Transfer::SetRequest(const TransferPlan& APlan)
 {
-    if (const std::uint32_t Error = SetAddress(APlan.Url))
+    if (const std::uint32_t Error = SetAddress(*APlan.Url))
         return Error;
     if (FApplied.Proxy != APlan.ProxyAddress)
         Set(CURLOPT_PROXY, (FApplied.Proxy = APlan.ProxyAddress).c_str());
@@ -302,11 +308,37 @@ std::uint32_t Transfer::WaitForHead()
 
 std::uint32_t Transfer::WaitForBody()
 {
-    if (FPaused && FIncoming->Available() == 0) {
-        FPaused = false;
-        curl_easy_pause(FEasy, CURLPAUSE_CONT); // hands over what it held back, at once
-    }
+    GoOn();
     return DriveUntil([this] { return FIncoming->Available() != 0; });
+}
+
+std::uint32_t Transfer::FillTarget()
+{
+    GoOn();
+    return DriveUntil([this] { return FIncoming->Target.empty(); });
+}
+
+void Transfer::GoOn()
+{
+    if (!FPaused || FIncoming->Available() != 0)
+        return;
+    FPaused = false;
+    curl_easy_pause(FEasy, CURLPAUSE_CONT); // hands over what it held back, at once
+}
+
+std::size_t Transfer::Waiting() const
+{
+    const std::uint64_t Most = FComplete ? 0 : Missing();
+    return Most == 0 ? 0 : std::min<std::uint64_t>({FSockets.Waiting(), Most, cMaxWaiting});
+}
+
+/// What a plain body has still to bring; 0 for another one, too.
+std::uint64_t Transfer::Missing() const
+{
+    if (FPlainLength == 0)
+        return 0;
+    const auto Received = static_cast<std::uint64_t>(Info<curl_off_t>(CURLINFO_SIZE_DOWNLOAD_T));
+    return FPlainLength - std::min(Received, FPlainLength);
 }
 
 /// Whether the caller's body is done with. After a refusal libcurl sends nothing more of it.
@@ -456,6 +488,19 @@ void Transfer::EvaluateHead()
     // The answer to CONNECT comes by the same way; libcurl has no status of the exchange then.
     const bool OfTunnel = FPlan->Secure && Info<long>(CURLINFO_RESPONSE_CODE) == 0;
     FHeadFinal = Status >= 200 && !OfTunnel && !MayGoOn(Status);
+    FPlainLength = FHeadFinal ? PlainLength() : 0;
+}
+
+/// The announced length where each byte on the wire is a byte of the body.
+std::uint64_t Transfer::PlainLength() const
+{
+    const ResponseHead& Head = FIncoming->Head;
+    const auto Text = Head.Find("Content-Length");
+    std::uint64_t Length = 0;
+    if (!Text || FPlan->Secure || FPlan->ProxyAddress.starts_with("https") || Head.Find("Transfer-Encoding"))
+        return 0;
+    const auto [End, Error] = std::from_chars(Text->data(), Text->data() + Text->size(), Length);
+    return Error == std::errc() && End == Text->data() + Text->size() ? Length : 0;
 }
 
 /// Whether libcurl may answer this head itself, so that another follows.
@@ -479,10 +524,15 @@ std::size_t Transfer::TakeBody(const char* AData, std::size_t ASize)
         In.Body.clear();
         In.Read = 0;
     }
-    In.Body.append(AData, ASize);
-    // libcurl would go on as long as bytes come. To refuse a piece, rather than to pause after it, has
-    // libcurl keep a copy.
-    if (In.Available() >= cEnough && curl_easy_pause(FEasy, CURLPAUSE_RECV) == CURLE_OK)
+    const std::size_t Wanted = std::min(In.Target.size(), ASize);
+    std::copy_n(AData, Wanted, In.Target.data());
+    In.Target = In.Target.subspan(Wanted);
+    In.Body.append(AData + Wanted, ASize - Wanted);
+    // libcurl would go on as long as bytes come, and these have a way to go once more. To refuse a piece,
+    // rather than to pause after it, has libcurl keep a copy. Behind the last piece it has to come to its
+    // end.
+    const bool Filled = Wanted != 0 && In.Target.empty() && Missing() != 0;
+    if ((Filled || In.Available() >= cEnough) && curl_easy_pause(FEasy, CURLPAUSE_RECV) == CURLE_OK)
         FPaused = true;
     return ASize;
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -15,6 +16,7 @@
 #include "platform/httpclient/ResponseHead.h"
 #include "platform/httpclient/Sockets.h"
 #include "platform/httpclient/Tls.h"
+#include "platform/httpclient/Url.h"
 
 namespace Zn::HttpClient
 {
@@ -42,9 +44,9 @@ struct TransferPlan
 {
     enum class Shape { Plain, Head, WithBody };
 
-    std::string Url;
+    const HttpClient::Url* Url = nullptr;
     std::string_view WholeTarget; // in the place of the URL's path: "*"
-    std::string Verb;
+    std::string_view Verb;
     Shape Kind = Shape::Plain;
     curl_slist* Fields = nullptr;
     std::string Cookies; // sent beside the engine's own
@@ -55,7 +57,7 @@ struct TransferPlan
     bool Secure = false;
     const Login* Server = nullptr;
     const Login* Proxy = nullptr;
-    std::string ProxyAddress;
+    std::string_view ProxyAddress;
     HttpClient::Patience Patience;
     ResponseHead::Limits Limits{};
 };
@@ -66,6 +68,7 @@ struct Incoming
     ResponseHead Head;
     std::string Body; // what came and wasn't read yet: from Read on
     std::size_t Read = 0;
+    std::span<char> Target; // a reader's memory, filled before Body is; borrowed
 
     std::size_t Available() const { return Body.size() - Read; }
     void Clear();
@@ -93,6 +96,11 @@ public:
     std::uint32_t WaitForHead();
     /// Waits until bytes are available or the response is complete.
     std::uint32_t WaitForBody();
+    /// Waits until the target of Incoming is filled or the response is complete.
+    std::uint32_t FillTarget();
+    /// Bytes of the body that are in already and that nobody has taken from the socket yet; 0 where what the
+    /// socket holds needn't be the body's.
+    std::size_t Waiting() const;
     bool IsComplete() const { return FComplete; }
     /// The server's certificate, as far as this exchange has seen it in a handshake.
     CertificateFacts PeerCertificate() const { return FChecks.PeerCertificate(); }
@@ -112,7 +120,7 @@ private:
     void SetLastingOptions();
     void SetTlsOptions();
     std::uint32_t SetRequest(const TransferPlan& APlan);
-    std::uint32_t SetAddress(const std::string& AUrl);
+    std::uint32_t SetAddress(const Url& AUrl);
     void SetBody(const TransferPlan& APlan);
     void SetCookies(const TransferPlan& APlan);
     void SetLogins(const TransferPlan& APlan);
@@ -132,6 +140,7 @@ private:
 
     template <class Goal>
     std::uint32_t DriveUntil(Goal AReached);
+    void GoOn();
     bool IsTimeUp();
     std::uint32_t Limit() const;
     void TakeResult();
@@ -139,6 +148,8 @@ private:
     std::uint32_t NumberFor(CURLcode AResult) const;
     bool HeadIsIn() const;
     void EvaluateHead();
+    std::uint64_t PlainLength() const;
+    std::uint64_t Missing() const;
     bool MayGoOn(std::uint32_t AStatus) const;
 
     std::size_t TakeHeadLine(std::string_view ALine);
@@ -162,7 +173,7 @@ private:
     // What libcurl was told last: an option costs, so it is told only what changes.
     struct Applied
     {
-        std::string Url;
+        HttpClient::Url Url;
         std::string Verb;
         std::string Proxy;
         TransferPlan::Shape Kind = TransferPlan::Shape::Plain;
@@ -188,8 +199,9 @@ private:
     bool FHeadFinal = false; // the head in FIncoming is the answer
     bool FPaused = false;
     bool FComplete = false;
-    std::uint32_t FError = 0;    // once complete
-    std::uint32_t FOwnError = 0; // why a callback refused
+    std::uint64_t FPlainLength = 0; // of a body that comes as it is, without TLS or a coding; 0: another one
+    std::uint32_t FError = 0;       // once complete
+    std::uint32_t FOwnError = 0;    // why a callback refused
 };
 
 } // namespace Zn::HttpClient

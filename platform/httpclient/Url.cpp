@@ -30,11 +30,18 @@ bool IsControl(char AChar)
     return Byte < 0x20 || Byte == 0x7F;
 }
 
+constexpr auto cNeedsEscape = [] {
+    std::array<bool, 256> Result{};
+    for (std::size_t Byte = 0; Byte < Result.size(); ++Byte)
+        Result[Byte] = Byte <= 0x20 || Byte >= 0x7F;
+    for (const char Each : std::string_view(R"("<>\^`{|})"))
+        Result[static_cast<unsigned char>(Each)] = true;
+    return Result;
+}();
+
 bool NeedsEscape(char AChar)
 {
-    const auto Byte = static_cast<unsigned char>(AChar);
-    return Byte <= 0x20 || Byte >= 0x7F ||
-           std::string_view(R"("<>\^`{|})").find(AChar) != std::string_view::npos;
+    return cNeedsEscape[static_cast<unsigned char>(AChar)];
 }
 
 void AppendEscaped(std::string& ATarget, std::string_view APart, bool APercent)
@@ -84,19 +91,9 @@ void Origin::AppendTo(std::string& AText) const
     AText.append(Digits.data(), End);
 }
 
-void Url::WriteTo(std::string& AText) const
-{
-    AText.assign(Origin.Secure ? "https://" : "http://");
-    Origin.AppendTo(AText);
-    AText += Target == "*" ? std::string_view("/") : std::string_view(Target);
-}
-
 std::string Url::Text() const
 {
-    std::string Result;
-    Result.reserve(Origin.Host.size() + Target.size() + 16);
-    WriteTo(Result);
-    return Result;
+    return Origin.Text() + (Target == "*" ? "/" : Target);
 }
 
 std::string HostForUrl(std::string_view AHost)

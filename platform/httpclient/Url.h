@@ -28,8 +28,8 @@ struct Url
     HttpClient::Origin Origin;
     std::string Target; // "/path?query", or "*"
 
+    bool operator==(const Url&) const = default;
     std::string Text() const;
-    void WriteTo(std::string& AText) const; // the same
 };
 
 /// A host as it was given, made fit for a URL; empty where no host can have it (RFC 3986, 3.2.2).

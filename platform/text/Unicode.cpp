@@ -4,6 +4,8 @@
 #include <cstring>
 #include <type_traits>
 
+#include "platform/text/WidenAscii.h"
+
 namespace Zn
 {
 
@@ -50,12 +52,13 @@ std::size_t PutUtf8(char* AOut, char32_t ACodePoint)
 template <class T>
 using UnsignedOf = std::conditional_t<sizeof(T) == 1, std::uint8_t, std::uint16_t>;
 
-/// Copies units of AFrom, which need not be aligned, to ATo while they are ASCII, and gives their number.
-/// Eight at a time: nearly all texts of the platform are ASCII from beginning to end.
+/// Copies units of AFrom to ATo, neither of which need be aligned, while they are ASCII, and gives their
+/// number. A block at a time: nearly all texts of the platform are ASCII from beginning to end.
 template <class TFrom, class TTo>
-std::size_t AsciiPrefix(const char* AFrom, std::size_t ACount, TTo* ATo)
+std::size_t AsciiPrefix(const char* AFrom, std::size_t ACount, void* ATo)
 {
     constexpr std::size_t cBlock = 8;
+    auto* const Out = static_cast<char*>(ATo);
     std::size_t Index = 0;
     for (; Index + cBlock <= ACount; Index += cBlock) {
         TFrom Units[cBlock];
@@ -65,15 +68,18 @@ std::size_t AsciiPrefix(const char* AFrom, std::size_t ACount, TTo* ATo)
             All |= static_cast<UnsignedOf<TFrom>>(Unit);
         if (All >= 0x80)
             break;
+        TTo Copies[cBlock];
         for (std::size_t Offset = 0; Offset < cBlock; ++Offset)
-            ATo[Index + Offset] = static_cast<TTo>(Units[Offset]);
+            Copies[Offset] = static_cast<TTo>(Units[Offset]);
+        std::memcpy(Out + Index * sizeof(TTo), Copies, sizeof(Copies));
     }
     for (; Index < ACount; ++Index) {
         TFrom Unit;
         std::memcpy(&Unit, AFrom + Index * sizeof(TFrom), sizeof(Unit));
         if (static_cast<UnsignedOf<TFrom>>(Unit) >= 0x80)
             break;
-        ATo[Index] = static_cast<TTo>(Unit);
+        const auto Copy = static_cast<TTo>(Unit);
+        std::memcpy(Out + Index * sizeof(TTo), &Copy, sizeof(Copy));
     }
     return Index;
 }
@@ -121,7 +127,7 @@ std::string Utf8FromUtf16Bytes(const void* AData, std::size_t AByteCount)
 
     // One byte for each unit is right for ASCII; the rest of the way grows the text as needed.
     std::string Result(Count, '\0');
-    std::size_t Index = AsciiPrefix<char16_t>(Bytes, Count, Result.data());
+    std::size_t Index = AsciiPrefix<char16_t, char>(Bytes, Count, Result.data());
     if (Index == Count && AByteCount % 2 == 0)
         return Result;
 
@@ -145,7 +151,7 @@ std::u16string Utf16FromUtf8(std::string_view AText)
 {
     // A character takes no more UTF-16 units than it takes bytes.
     std::u16string Result(AText.size(), u'\0');
-    std::size_t Length = AsciiPrefix<char>(AText.data(), AText.size(), Result.data());
+    std::size_t Length = AsciiPrefix<char, char16_t>(AText.data(), AText.size(), Result.data());
     for (std::size_t Index = Length; Index < AText.size();) {
         const auto Byte = static_cast<unsigned char>(AText[Index]);
         if (Byte < 0x80) {
@@ -164,6 +170,11 @@ std::u16string Utf16FromUtf8(std::string_view AText)
     }
     Result.resize(Length);
     return Result;
+}
+
+bool WidenAscii(std::string_view AText, void* ABuffer)
+{
+    return AsciiPrefix<char, char16_t>(AText.data(), AText.size(), ABuffer) == AText.size();
 }
 
 void AppendUtf8(std::string& AText, char32_t ACodePoint)

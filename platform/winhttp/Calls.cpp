@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "platform/text/Unicode.h"
+#include "platform/text/WidenAscii.h"
 
 namespace Zn::Winhttp
 {
@@ -53,6 +54,12 @@ std::string Narrow(const char16_t* AText, std::uint32_t ALength)
 
 std::uint32_t PutText(std::string_view ABytes, void* ABuffer, std::uint32_t& ASize)
 {
+    const std::size_t AsciiSize = ABytes.size() * sizeof(char16_t);
+    if (ABuffer != nullptr && ASize >= AsciiSize + sizeof(char16_t) && WidenAscii(ABytes, ABuffer)) {
+        ASize = static_cast<std::uint32_t>(AsciiSize);
+        std::memset(static_cast<char*>(ABuffer) + AsciiSize, 0, sizeof(char16_t));
+        return NO_ERROR;
+    }
     const bool Bytewise = IsBytewise(ABytes);
     const std::u16string Wide = Bytewise ? std::u16string() : Utf16FromUtf8(ABytes);
     const std::size_t Size = (Bytewise ? ABytes.size() : Wide.size()) * sizeof(char16_t);

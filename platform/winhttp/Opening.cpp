@@ -1,5 +1,7 @@
 #include "platform/winhttp/Opening.h"
 
+#include <optional>
+
 #include "platform/httpapi/Grammar.h"
 #include "platform/winhttp/Values.h"
 
@@ -53,19 +55,27 @@ std::string TargetFor(const std::string& AVerb, const RequestParts& AParts)
     return HttpClient::TargetFromPath(Path, AParts.Escapes);
 }
 
+/// An absent version is the newest one. Empty for one that isn't known.
+std::optional<bool> IsVersion10(const char16_t* AVersion)
+{
+    const std::u16string_view Version = AVersion != nullptr ? AVersion : u"";
+    if (Version == u"HTTP/1.0")
+        return true;
+    return Version.empty() || Version == u"HTTP/1.1" ? std::optional(false) : std::nullopt;
+}
+
 std::uint32_t AddFirstFields(Request& ARequest, const std::string& AReferrer, const std::string& AAccept,
                              bool ANoCache)
 {
     if (!IsOneLine(AReferrer) || !IsOneLine(AAccept))
         return ERROR_INVALID_PARAMETER;
-    std::string Lines;
     if (!AAccept.empty())
-        Lines += "Accept: " + AAccept + "\r\n";
+        ARequest.AddField("Accept", Grammar::TrimBlanks(AAccept));
     if (!AReferrer.empty())
-        Lines += "Referer: " + AReferrer + "\r\n";
+        ARequest.AddField("Referer", Grammar::TrimBlanks(AReferrer));
     if (ANoCache)
-        Lines += "Pragma: no-cache\r\n";
-    return ARequest.ChangeFields(Lines, {.Add = true});
+        ARequest.AddField("Pragma", "no-cache");
+    return NO_ERROR;
 }
 
 } // namespace
@@ -107,10 +117,10 @@ std::uint32_t MakeRequest(HINTERNET AConnection, const RequestParts& AParts,
     Line.Verb = AParts.Verb == nullptr || *AParts.Verb == 0 ? "GET" : Narrow(AParts.Verb);
     Line.Target = TargetFor(Line.Verb, AParts);
     Line.Secure = AParts.Secure;
-    const std::string Version = Narrow(AParts.Version);
-    Line.Version10 = Version == "HTTP/1.0";
-    if (!Grammar::IsToken(Line.Verb) || (!Version.empty() && !Line.Version10 && Version != "HTTP/1.1"))
+    const std::optional<bool> Version10 = IsVersion10(AParts.Version);
+    if (!Grammar::IsToken(Line.Verb) || !Version10)
         return ERROR_INVALID_PARAMETER;
+    Line.Version10 = *Version10;
     if (Line.Target.empty())
         return ERROR_WINHTTP_INVALID_URL;
     AResult = std::make_shared<Request>(std::static_pointer_cast<Connection>(Object), std::move(Line));

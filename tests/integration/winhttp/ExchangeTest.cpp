@@ -2,6 +2,8 @@
 
 #include "tests/integration/winhttp/Exchange.h"
 
+#include <chrono>
+
 #include <gtest/gtest.h>
 
 #include "tests/support/ScriptedPeer.h"
@@ -167,6 +169,33 @@ TEST(Exchange, BodiesOfAllSizesComeThrough)
     ASSERT_EQ(Send(Empty), 0u);
     EXPECT_EQ(Query(Empty, WINHTTP_QUERY_CONTENT_LENGTH), "0");
     EXPECT_EQ(Peer.Connections(), 1);
+}
+
+TEST(Exchange, BytesThatWaitInTheSocketAreToldAndReadInOneCall)
+{
+    constexpr std::size_t cLength = 200'000;
+    constexpr std::uint32_t cMoreThanTheEngineHolds = 90'000;
+    std::string Sent(cLength + 100'000, '\0'); // too much, and none of that is the body's
+    for (std::size_t At = 0; At < Sent.size(); ++At)
+        Sent[At] = static_cast<char>(At * 31 + At / 251);
+    ScriptedPeer Peer([&Sent](PeerConnection& APeer) {
+        APeer.ReadHead();
+        APeer.Send("HTTP/1.1 200 OK\r\nContent-Length: 200000\r\n\r\n" + Sent);
+        APeer.WaitForEnd();
+    });
+    Client Client(Peer.Port());
+    const Handle Request = Client.Open("GET", "/");
+    ASSERT_EQ(Send(Request), 0u);
+    std::uint32_t Available = 0;
+    const auto Limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (Available < cMoreThanTheEngineHolds && std::chrono::steady_clock::now() < Limit)
+        ASSERT_TRUE(WinHttpQueryDataAvailable(Request, &Available));
+    ASSERT_GE(Available, cMoreThanTheEngineHolds);
+    std::string Got(Available, '\0');
+    std::uint32_t Read = 0;
+    ASSERT_TRUE(WinHttpReadData(Request, Got.data(), Available, &Read));
+    EXPECT_EQ(Read, Available);
+    EXPECT_TRUE(Got + ReadAll(Request) == Sent.substr(0, cLength));
 }
 
 /// Counts up to Size; fails where it is told to.

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -47,10 +48,12 @@ public:
     /// A number by its level; false for any failure.
     virtual bool QueryNumber(HINTERNET ARequest, std::uint32_t ALevel, void* ABuffer,
                              std::uint32_t ASize) const = 0;
-    /// Bytes of the body that can be read at once; 0 at its end. AURL may go into the error's text.
-    virtual std::uint32_t QueryAvailable(HINTERNET ARequest, const std::string& AURL) const = 0;
+    /// What is asked for the URL that an error's text may show.
+    using TURLText = std::function<std::string()>;
+    /// Bytes of the body that can be read at once; 0 at its end.
+    virtual std::uint32_t QueryAvailable(HINTERNET ARequest, const TURLText& AURL) const = 0;
     virtual std::uint32_t Read(HINTERNET ARequest, void* ABuffer, std::uint32_t ASize,
-                               const std::string& AURL) const = 0;
+                               const TURLText& AURL) const = 0;
 
     virtual std::string ErrorText(std::uint32_t ACode) const = 0;
     [[noreturn]] virtual void Raise(const std::string& AFuncName, std::uint32_t ACode) const = 0;

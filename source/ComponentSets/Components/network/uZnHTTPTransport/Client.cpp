@@ -88,6 +88,19 @@ TZnHTTPTransportSession& TZnHTTPTransportClient::CheckSession()
     return Session;
 }
 
+std::shared_ptr<const TZnURLData> TZnHTTPTransportClient::DecodeURL(std::string_view AURL)
+{
+    {
+        const Zn::MutexLock Lock(FLastURLLock);
+        if (FLastURL && FLastURL->URL == AURL)
+            return FLastURL;
+    }
+    auto Decoded = std::make_shared<const TZnURLData>(ZnDecodeURL(std::string(AURL)));
+    const Zn::MutexLock Lock(FLastURLLock);
+    FLastURL = Decoded;
+    return Decoded;
+}
+
 TZnHTTPTransportSession& TZnHTTPTransportClient::PrepareSession()
 {
     TZnHTTPTransportSession& Session = CheckSession();

@@ -3,10 +3,12 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "common/Locks.h"
 #include "platform/Api.h"
+#include "platform/sync/Mutex.h"
 #include "uZnHTTPTransport/Session.h"
 
 /// A client over a session of its transport. What both transports' clients have in common: the session, and
@@ -43,6 +45,8 @@ public:
                                                      TStream* ABody,
                                                      const std::string& ABodyContentType) override;
 
+    /// For requests: the parts of a URL. The last one's are kept, as many programs ask for the same again.
+    std::shared_ptr<const TZnURLData> DecodeURL(std::string_view AURL);
     /// For requests and responses, which may outlive the client.
     const std::shared_ptr<Zn::ComponentLink<TZnHTTPTransportClient>>& GetLink() const { return FLink; }
 
@@ -80,5 +84,7 @@ private:
     std::vector<std::shared_ptr<TSessionLink>>
         FLinks ZN_GUARDED_BY(FSessionLock); // keeps what FSession named
     std::string FClientCertificatePassword;
+    Zn::Mutex FLastURLLock; // innermost
+    std::shared_ptr<const TZnURLData> FLastURL ZN_GUARDED_BY(FLastURLLock);
     std::shared_ptr<Zn::ComponentLink<TZnHTTPTransportClient>> FLink;
 };

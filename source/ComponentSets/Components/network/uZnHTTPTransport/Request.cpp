@@ -9,6 +9,13 @@
 namespace
 {
 
+/// As nearly all clients' are; to find that out by rendering them costs more than all else in the making.
+bool HasNothing(const TZnHTTPRequestHeaders& AHeaders)
+{
+    return AHeaders.GetAssignedValues().Empty() && AHeaders.GetCustomHeaders().Count() == 0 &&
+           AHeaders.GetCacheControl().GetAssignedValues().Empty();
+}
+
 /// Holds a session's connections for a scope.
 class ConnectionsGuard
 {
@@ -54,7 +61,7 @@ void TransportRequest::Prepare(TZnHTTPTransportClient& AClient, TZnHTTPTransport
 {
     FProxyCredentials.Assign(&AClient.GetProxyCredentials());
     TakeHeaders(AClient.GetRequestHeaders(), ABodyContentType);
-    TakeURL(AURL, AClient.GetCredentials());
+    TakeURL(AClient, AURL);
     TakeConnection(AClient, ASession);
 }
 
@@ -67,26 +74,34 @@ TransportRequest::~TransportRequest()
 }
 
 /// A user name or password in the URL goes before the client's, each by itself.
-void TransportRequest::TakeURL(const std::string& AURL, const TZnCredentials& ACredentials)
+void TransportRequest::TakeURL(TZnHTTPTransportClient& AClient, const std::string& AURL)
 {
-    const std::string URL = ZnTrim(AURL);
+    const std::string_view URL = ZnTrimView(AURL);
     if (URL.empty() || !Zn::IsHeaderText(URL))
         throw EInvalidArgument("The provided URL is not a valid URL!");
-    FURLData = ZnDecodeURL(URL);
+    FURLData = AClient.DecodeURL(URL);
     // "https" in other letters would go out unprotected.
-    if (FURLData.Scheme != "https" && SameText(FURLData.Scheme, "https"))
+    if (FURLData->Scheme != "https" && SameText(FURLData->Scheme, "https"))
         FBinding.Raise("The scheme of a URL must be in small letters", ERROR_WINHTTP_UNRECOGNIZED_SCHEME);
-    if (FURLData.Username.empty())
-        FURLData.Username = ACredentials.GetUserName();
-    if (FURLData.Password.empty())
-        FURLData.Password = ACredentials.GetPassword();
+    const TZnCredentials& Known = AClient.GetCredentials();
+    FUserName = FURLData->Username.empty() ? Known.GetUserName() : FURLData->Username;
+    FPassword = FURLData->Password.empty() ? Known.GetPassword() : FURLData->Password;
+}
+
+TZnURLData TransportRequest::GetURLData()
+{
+    TZnURLData Result = URLData();
+    Result.Username = FUserName;
+    Result.Password = FPassword;
+    return Result;
 }
 
 /// Renders what every send of this request has in common. User-Agent, Referer and Accept go by other routes:
 /// the session and the opening of the request.
 void TransportRequest::TakeHeaders(const TZnHTTPRequestHeaders& AHeaders, const std::string& ABodyContentType)
 {
-    FRequestHeaders.Assign(&AHeaders);
+    if (!HasNothing(AHeaders))
+        FRequestHeaders.Assign(&AHeaders);
     FReferer = ZnTrim(FRequestHeaders.ValueOfName("Referer"));
     FAccept = ZnTrim(FRequestHeaders.ValueOfName("Accept"));
     for (int Index = FRequestHeaders.Count(); Index-- > 0;) {
@@ -114,14 +129,14 @@ void TransportRequest::TakeConnection(TZnHTTPTransportClient& AClient, TZnHTTPTr
     const ConnectionsGuard Guard(Connections);
     void* const SessionHandle = ASession.GetHandle();
     FConnection = Connections.FindConnection(FClientId);
-    if (FConnection && (FConnection->GetHostName() != FURLData.Hostname ||
+    if (FConnection && (FConnection->GetHostName() != FURLData->Hostname ||
                         FConnection->GetTimeOuts().GetConnectTimeOut() != TimeOuts.GetConnectTimeOut())) {
         Connections.RemoveConnection(FConnection.get());
         FConnection.reset();
     }
     if (!FConnection) {
         void* const Handle = OpenConnection(SessionHandle, TimeOuts);
-        FConnection = Connections.AddConnection(FClientId, Handle, TimeOuts, FURLData.Hostname);
+        FConnection = Connections.AddConnection(FClientId, Handle, TimeOuts, FURLData->Hostname);
     }
     ASession.ApplySettings(SessionHandle, TimeOuts);
 }

@@ -14,6 +14,8 @@ namespace Zn
 inline constexpr std::uint16_t cUnauthorized = 401;
 inline constexpr std::uint16_t cProxyAuthenticationRequired = 407;
 
+class TransportResponse;
+
 /// One request: a copy of the client's settings, a connection, and what the exchanges of both transports have
 /// in common. A transport derives a final class, which calls Prepare in its constructor.
 ///
@@ -31,8 +33,8 @@ public:
 
     std::string GetRawHeaders() override;
     TStream* GetBody() override { return FBody; }
-    std::string GetURL() override { return FURLData.URL; }
-    TZnURLData GetURLData() override { return FURLData; }
+    std::string GetURL() override { return URLData().URL; }
+    TZnURLData GetURLData() override;
     void AddHeader(const std::string& AName, const std::string& AValue) override;
     void AddCookie(const std::string& AName, const std::string& AValue) override;
 
@@ -54,7 +56,7 @@ protected:
     /// A new connection to the host. Under the lock of the session's connections.
     virtual void* OpenConnection(void* ASession, const TZnHTTPTimeOuts& ATimeOuts) = 0;
     virtual void* OpenRequest(void* AConnection) = 0;
-    virtual std::shared_ptr<IZnHTTPResponse> MakeResponse() = 0;
+    virtual std::shared_ptr<TransportResponse> MakeResponse() = 0;
 
     // --- Steps of an exchange (RequestSteps.cpp)
 
@@ -74,12 +76,15 @@ protected:
     const std::shared_ptr<IZnHTTPRequestHandle>& SharedHandle() const { return FRequestHandle; }
     const std::shared_ptr<ComponentLink<TZnHTTPTransportClient>>& ClientLink() const { return FHTTPClient; }
     void* ConnectionHandle() const;
+    /// As the URL has it; user and password stand beside it.
+    const TZnURLData& URLData() const { return *FURLData; }
     void RaiseIfClosed();
 
     const FunctionBinding& FBinding;
     TZnHTTPVersion FHTTPVersion;
     TZnHTTPMethod FMethod;
-    TZnURLData FURLData;
+    std::string FUserName; // of the URL, else the client's
+    std::string FPassword;
     RequestBody FBodyData;
     TZnCredentials FProxyCredentials;
     TZnHTTPSecurityFlags FSecurityFlags;
@@ -91,11 +96,12 @@ protected:
     TZnHTTPStatus FStatus;
 
 private:
-    void TakeURL(const std::string& AURL, const TZnCredentials& ACredentials);
+    void TakeURL(TZnHTTPTransportClient& AClient, const std::string& AURL);
     void TakeHeaders(const TZnHTTPRequestHeaders& AHeaders, const std::string& ABodyContentType);
     void TakeConnection(TZnHTTPTransportClient& AClient, TZnHTTPTransportSession& ASession);
     void DropHandle();
 
+    std::shared_ptr<const TZnURLData> FURLData;
     std::shared_ptr<ComponentLink<TZnHTTPTransportClient>> FHTTPClient;
     std::shared_ptr<ComponentLink<TZnHTTPTransportSession>> FSession;
     const void* FClientId;

@@ -7,6 +7,7 @@
 #include "common/Text.h"
 #include "platform/errors/Errors.h"
 #include "uZnHTTPTransport/Request.h"
+#include "uZnHTTPTransport/Response.h"
 
 namespace Zn
 {
@@ -46,7 +47,8 @@ void* TransportRequest::ConnectionHandle() const
 
 void TransportRequest::OpenHandle()
 {
-    DropHandle(); // of an earlier send
+    if (FRequestHandle)
+        DropHandle(); // of an earlier send
     auto Registered = Session().AddRequest(OpenRequest(ConnectionHandle()));
     if (!Registered)
         throw EAbort("The session has been closed!");
@@ -82,7 +84,7 @@ void TransportRequest::AddStoredCookies()
         return;
     FBinding.RemoveField(Handle(), "Cookie");
     Session().GetCookies().GetCookies(
-        FURLData, [this](const std::string& AName, const std::string& AValue) { AddCookie(AName, AValue); });
+        URLData(), [this](const std::string& AName, const std::string& AValue) { AddCookie(AName, AValue); });
     for (const TZnHTTPHeader& Each : FCustomCookies)
         AddCookie(Each.Name, Each.Value);
 }
@@ -115,11 +117,8 @@ void TransportRequest::ReadStatus()
 std::shared_ptr<IZnHTTPResponse> TransportRequest::TakeResponse()
 {
     const auto Response = MakeResponse();
-    const TZnHTTPHeaderList& Headers = Response->GetResponseHeaders();
-    for (int Index = 0; Index < Headers.Count(); ++Index) {
-        if (Headers.NameView(Index) == "Set-Cookie")
-            Session().GetCookies().Add(FURLData, Headers.ValueView(Index));
-    }
+    Response->ForEachCookie(
+        [this](std::string_view AValue) { Session().GetCookies().Add(URLData(), AValue); });
     Client().DoOnResponse(Response);
     return Response;
 }

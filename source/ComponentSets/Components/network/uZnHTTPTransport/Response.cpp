@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <utility>
 
 #include "common/Deflate.h"
@@ -34,7 +35,14 @@ TransportResponse::TransportResponse(const FunctionBinding& ABinding,
 {
     const TZnHTTPTransportClient* const Client = FHTTPClient->Get();
     FMaxInflatedSize = Client != nullptr ? Client->GetMaxInflatedSize() : cZnMaxInflatedSize;
-    FResponseHeaders.SetText(FBinding.QueryText(Handle(), WINHTTP_QUERY_RAW_HEADERS_CRLF, {}));
+    FHead = FBinding.QueryText(Handle(), WINHTTP_QUERY_RAW_HEADERS_CRLF, {});
+}
+
+TZnHTTPHeaderList& TransportResponse::GetResponseHeaders()
+{
+    if (!std::exchange(FHeadersSplit, true))
+        FResponseHeaders.SetText(FHead);
+    return FResponseHeaders;
 }
 
 /// Runs AWork. A handle that somebody closes between two calls is refused by its number; that is a cancelled
@@ -63,21 +71,20 @@ std::string TransportResponse::GetHeader(const std::string& AName)
 
 std::string TransportResponse::GetCookie(const std::string& AName)
 {
-    for (int Index = 0; Index < FResponseHeaders.Count(); ++Index) {
-        const std::string_view Value = FResponseHeaders.ValueView(Index);
-        if (FResponseHeaders.NameView(Index) != "Set-Cookie" || !Value.starts_with(AName))
-            continue;
-        const std::size_t Equals = Value.find('=');
-        return Equals == std::string_view::npos ? std::string() : std::string(Value.substr(Equals + 1));
-    }
-    return {};
+    std::optional<std::string_view> Found;
+    ForEachCookie([&](std::string_view AValue) {
+        if (!Found && AValue.starts_with(AName))
+            Found = AValue;
+    });
+    const std::size_t Equals = Found ? Found->find('=') : std::string_view::npos;
+    return Equals == std::string_view::npos ? std::string() : std::string(Found->substr(Equals + 1));
 }
 
 void TransportResponse::GetResponseData(TStream& AResponse)
 {
     const std::int64_t Start = AResponse.GetPosition();
     if (UnlessClosed([&] { return ReadBody(AResponse); }) &&
-        SameText(GetHeader("Content-Encoding"), "deflate"))
+        SameText(QueryText(WINHTTP_QUERY_CUSTOM, "Content-Encoding"), "deflate"))
         Inflate(AResponse, Start);
 }
 
@@ -98,7 +105,7 @@ std::uint64_t TransportResponse::TotalLength(std::uint32_t AAvailable)
 /// True when there was a body.
 bool TransportResponse::ReadBody(TStream& AResponse)
 {
-    const std::string URL = ShownURL();
+    const auto URL = [this] { return ShownURL(); };
     std::uint32_t Available = FBinding.QueryAvailable(Handle(), URL);
     if (Available == 0)
         return false;

@@ -19,11 +19,25 @@ public:
     TransportResponse& operator=(const TransportResponse&) = delete;
 
     TZnHTTPStatus GetStatus() override { return FStatus; }
-    TZnHTTPHeaderList& GetResponseHeaders() override { return FResponseHeaders; }
+    TZnHTTPHeaderList& GetResponseHeaders() override;
     std::string GetHeader(const std::string& AName) override;
     std::string GetCookie(const std::string& AName) override;
     void GetResponseData(TStream& AResponse) override;
     std::string GetResponse() override;
+
+    /// Calls AWork(value) for each cookie that the response sets.
+    template <class TWork>
+    void ForEachCookie(TWork AWork)
+    {
+        constexpr std::string_view cName = "Set-Cookie";
+        if (!FHeadersSplit && FHead.find(cName) == std::string::npos)
+            return;
+        const TZnHTTPHeaderList& Headers = GetResponseHeaders();
+        for (int Index = 0; Index < Headers.Count(); ++Index) {
+            if (Headers.NameView(Index) == cName)
+                AWork(Headers.ValueView(Index));
+        }
+    }
 
 protected:
     TransportResponse(const FunctionBinding& ABinding,
@@ -50,7 +64,9 @@ private:
     std::shared_ptr<ComponentLink<TZnHTTPTransportClient>> FHTTPClient;
     std::shared_ptr<IZnHTTPRequestHandle> FRequestHandle;
     TZnHTTPStatus FStatus;
-    TZnHTTPHeaderList FResponseHeaders;
+    std::string FHead;
+    TZnHTTPHeaderList FResponseHeaders; // FHead's lines, once somebody asked for them
+    bool FHeadersSplit = false;
     std::unique_ptr<TZnStringStream> FResponseData;
     std::int64_t FMaxInflatedSize;
 };

@@ -81,12 +81,12 @@ public:
     {
         return WinHttpQueryHeaders(ARequest, ALevel, ABuffer, ASize);
     }
-    std::uint32_t QueryAvailable(HINTERNET ARequest, const std::string& /*AURL*/) const override
+    std::uint32_t QueryAvailable(HINTERNET ARequest, const TURLText& /*AURL*/) const override
     {
         return WinHttpQueryDataAvailable(ARequest);
     }
     std::uint32_t Read(HINTERNET ARequest, void* ABuffer, std::uint32_t ASize,
-                       const std::string& /*AURL*/) const override
+                       const TURLText& /*AURL*/) const override
     {
         return WinHttpReadData(ARequest, ABuffer, ASize, false);
     }

@@ -78,7 +78,7 @@ void WinHTTPRequest::ApplySecurityFlags()
 
 void WinHTTPRequest::ApplyLogonPolicy()
 {
-    if (!FURLData.Username.empty() && !FURLData.Password.empty())
+    if (!FUserName.empty() && !FPassword.empty())
         SetOption(WINHTTP_OPTION_AUTOLOGON_POLICY, cAutoLogonNever);
 }
 
@@ -90,7 +90,7 @@ void WinHTTPRequest::ApplyRedirectPolicy()
 
 bool WinHTTPRequest::HasServerCredentials() const
 {
-    return !FURLData.Username.empty() || !FURLData.Password.empty();
+    return !FUserName.empty() || !FPassword.empty();
 }
 
 void WinHTTPRequest::OfferCredentials()
@@ -107,13 +107,13 @@ void WinHTTPRequest::OfferCredentials()
         return;
     switch (FAuthentication) {
     case authNone:
-        WinHttpSetCredentials(Handle(), authTargetServer, asNEGOTIATE, FURLData.Username, FURLData.Password);
+        WinHttpSetCredentials(Handle(), authTargetServer, asNEGOTIATE, FUserName, FPassword);
         return;
     case authBasic:
     case authNTLM:
     case authNEGIOTIATE:
-        WinHttpSetCredentials(Handle(), authTargetServer, AuthSchemeOf(FAuthentication), FURLData.Username,
-                              FURLData.Password);
+        WinHttpSetCredentials(Handle(), authTargetServer, AuthSchemeOf(FAuthentication), FUserName,
+                              FPassword);
         return;
     default: // the challenge has to come first
         return;
@@ -195,8 +195,7 @@ void WinHTTPRequest::AnswerServerChallenge()
         return;
     QuerySchemes(Handle(), FSupportedAuthSchemes, FFirstAuthScheme);
     if (HasServerCredentials()) {
-        WinHttpSetCredentials(Handle(), authTargetServer, FFirstAuthScheme, FURLData.Username,
-                              FURLData.Password);
+        WinHttpSetCredentials(Handle(), authTargetServer, FFirstAuthScheme, FUserName, FPassword);
         SendAgain();
     }
     LearnAuthentication();

@@ -21,19 +21,19 @@ void* WinHTTPRequest::OpenConnection(void* ASession, const TZnHTTPTimeOuts& ATim
 {
     WinHttpSetOption(ASession, WINHTTP_OPTION_CONNECT_TIMEOUT,
                      static_cast<std::uint32_t>(ATimeOuts.GetConnectTimeOut()));
-    return WinHttpConnect(ASession, FURLData.Hostname, FURLData.Port);
+    return WinHttpConnect(ASession, URLData().Hostname, URLData().Port);
 }
 
 void* WinHTTPRequest::OpenRequest(void* AConnection)
 {
     TWINHTTP_OPENREQUEST_FLAGS Flags;
-    if (FURLData.Scheme == "https")
+    if (URLData().Scheme == "https")
         Flags.Include(orSecure);
-    return WinHttpOpenRequest(AConnection, ZnHTTPMethod[FMethod], FURLData.Resource, Flags,
+    return WinHttpOpenRequest(AConnection, ZnHTTPMethod[FMethod], URLData().Resource, Flags,
                               ZnHTTPVersion[FHTTPVersion], FReferer, FAccept);
 }
 
-std::shared_ptr<IZnHTTPResponse> WinHTTPRequest::MakeResponse()
+std::shared_ptr<TransportResponse> WinHTTPRequest::MakeResponse()
 {
     return std::make_shared<WinHTTPResponse>(
         ClientLink(), std::static_pointer_cast<WinHTTPRequest>(shared_from_this()), SharedHandle(), FStatus);

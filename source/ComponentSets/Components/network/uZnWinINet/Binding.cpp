@@ -89,19 +89,19 @@ public:
         std::uint32_t Index = 0;
         return (*Zn::WinINet.QueryInfo)(ARequest, ALevel, ABuffer, &ASize, &Index);
     }
-    std::uint32_t QueryAvailable(HINTERNET ARequest, const std::string& AURL) const override
+    std::uint32_t QueryAvailable(HINTERNET ARequest, const TURLText& AURL) const override
     {
         std::uint32_t Available = 0;
         if (!(*Zn::WinINet.QueryDataAvailable)(ARequest, &Available, 0, 0))
-            HttpCheckError("InternetQueryDataAvailable", ServerErrorFor(AURL));
+            HttpCheckError("InternetQueryDataAvailable", ServerErrorFor(AURL()));
         return Available;
     }
     std::uint32_t Read(HINTERNET ARequest, void* ABuffer, std::uint32_t ASize,
-                       const std::string& AURL) const override
+                       const TURLText& AURL) const override
     {
         std::uint32_t Count = 0;
         if (!(*Zn::WinINet.ReadFile)(ARequest, ABuffer, ASize, &Count))
-            HttpCheckError("InternetReadFile", ServerErrorFor(AURL));
+            HttpCheckError("InternetReadFile", ServerErrorFor(AURL()));
         return Count;
     }
 

@@ -91,7 +91,7 @@ std::uint32_t WinINetRequest::Ask(HWND AParent, std::uint32_t ACode, bool AAllow
         FRetry = true;
         break;
     default:
-        HttpCheckError("InternetErrorDlg", Result, "URL: " + ShownURL(FURLData.URL));
+        HttpCheckError("InternetErrorDlg", Result, "URL: " + ShownURL(URLData().URL));
     }
     return Result;
 }

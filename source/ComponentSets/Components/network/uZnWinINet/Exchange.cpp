@@ -41,7 +41,7 @@ namespace Zn
 
 void WinINetRequest::Check(std::uint32_t ACode) const
 {
-    HttpCheckError("HttpSendRequest", ACode, "URL: " + ShownURL(FURLData.URL));
+    HttpCheckError("HttpSendRequest", ACode, "URL: " + ShownURL(URLData().URL));
 }
 
 std::shared_ptr<IZnHTTPResponse> WinINetRequest::Exchange()

@@ -27,14 +27,14 @@ void* WinINetRequest::OpenConnection(void* ASession, const TZnHTTPTimeOuts& ATim
                       static_cast<std::uint32_t>(ATimeOuts.GetSendTimeOut()));
     InternetSetOption(nullptr, INTERNET_OPTION_RECEIVE_TIMEOUT,
                       static_cast<std::uint32_t>(ATimeOuts.GetReceiveTimeOut()));
-    return InternetConnect(ASession, FURLData.Hostname, FURLData.Port, FURLData.Username, FURLData.Password,
-                           stHTTP, false, 0);
+    return InternetConnect(ASession, URLData().Hostname, URLData().Port, FUserName, FPassword, stHTTP, false,
+                           0);
 }
 
 std::uint32_t WinINetRequest::Flags() const
 {
     std::uint32_t Result = INTERNET_FLAG_KEEP_CONNECTION;
-    if (FURLData.Scheme == "https")
+    if (URLData().Scheme == "https")
         Result |= INTERNET_FLAG_SECURE;
     if (FRedirectPolicy == rdpNever)
         Result |= INTERNET_FLAG_NO_AUTO_REDIRECT;
@@ -62,11 +62,11 @@ void WinINetRequest::SetProxyCredentials(void* AConnection) const
 void* WinINetRequest::OpenRequest(void* AConnection)
 {
     SetProxyCredentials(AConnection);
-    return HttpOpenRequest(AConnection, ZnHTTPMethod[FMethod], FURLData.Resource, Flags(),
+    return HttpOpenRequest(AConnection, ZnHTTPMethod[FMethod], URLData().Resource, Flags(),
                            ZnHTTPVersion[FHTTPVersion], FReferer, FAccept, 0);
 }
 
-std::shared_ptr<IZnHTTPResponse> WinINetRequest::MakeResponse()
+std::shared_ptr<TransportResponse> WinINetRequest::MakeResponse()
 {
     return std::make_shared<WinINetResponse>(ClientLink(), shared_from_this(), SharedHandle(), FStatus);
 }

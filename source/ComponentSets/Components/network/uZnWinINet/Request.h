@@ -25,7 +25,7 @@ protected:
     std::shared_ptr<IZnHTTPResponse> Exchange() override;
     void* OpenConnection(void* ASession, const TZnHTTPTimeOuts& ATimeOuts) override;
     void* OpenRequest(void* AConnection) override;
-    std::shared_ptr<IZnHTTPResponse> MakeResponse() override;
+    std::shared_ptr<TransportResponse> MakeResponse() override;
 
 private:
     // Opening it (Request.cpp)
