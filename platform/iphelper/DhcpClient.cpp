@@ -150,6 +150,7 @@ std::uint32_t Run(const TDhcpClient& AClient, const char* AOrder, std::span<cons
     Arguments.insert(Arguments.end(), AClient.Options.begin(), AClient.Options.end());
     Arguments.insert(Arguments.end(), AInterfaces.begin(), AInterfaces.end());
     std::vector<char*> Pointers;
+    Pointers.reserve(Arguments.size() + 1);
     for (std::string& Argument : Arguments)
         Pointers.push_back(Argument.data());
     Pointers.push_back(nullptr);

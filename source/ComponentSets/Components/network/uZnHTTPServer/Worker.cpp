@@ -25,7 +25,7 @@ TZnHTTPServerResponseThread::TZnHTTPServerResponseThread(TZnCustomHTTPServer& AH
 
 TZnHTTPServerResponseThread::~TZnHTTPServerResponseThread()
 {
-    Terminate();
+    TZnHTTPServerResponseThread::Terminate();
     WaitFor();
 }
 
