@@ -52,7 +52,7 @@ private:
 
     const int FWakeFd; // the one thing that other threads use
     CURLM* FMulti = nullptr;
-    std::vector<pollfd> FWatched; // the one for Wake first
+    std::vector<pollfd> FWatched;                 // the one for Wake first
     curl_socket_t FLastWatched = CURL_SOCKET_BAD; // while libcurl pauses it watches none
     std::optional<Clock::time_point> FTimer;
     bool FTimerIsDue = false;
